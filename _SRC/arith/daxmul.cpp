@@ -1,0 +1,11 @@
+#include "arith/pair.h"
+
+void daxMultiply(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dstImage,
+                 const int32_t* tilePos) {
+    const OwnCall call{"daxMultiply", "daxmul"};
+    if (!call.sound(srcImageA)) return;
+    if (!call.sound(srcImageB)) return;
+    if (!call.sound(dstImage)) return;
+    if (!ownPairFits(call, srcImageA, srcImageB, dstImage)) return;
+    ownPairWalk(call, srcImageA, srcImageB, dstImage, tilePos, ownRows<OwnMultiply>());
+}

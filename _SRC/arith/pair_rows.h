@@ -1,0 +1,65 @@
+// For row kernels only: the table of a two-image operation, from one description of it. A
+// description gives
+//     bits(a, b)                  on bits, any number of them side by side
+//     sample<T>(a, b)             on two samples of a depth
+// and, where the two ends of a flat run differ from its middle, a line kernel of its own for the
+// depth.
+#ifndef OWN_PAIR_ROWS_H
+#define OWN_PAIR_ROWS_H
+
+#include "arith/pair.h"
+#include "frame/bit_lanes.h"
+#include "frame/lanes.h"
+
+namespace {
+
+template <class Op, class T>
+void ownPairLine(const char* a, const char* b, char* dst, ptrdiff_t count) {
+    const auto* x = ownLanes<T>(a);
+    const auto* y = ownLanes<T>(b);
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = Op::template sample<T>(x[i], y[i]);
+}
+
+template <class Op, class T>
+void ownPairStrided(const char* a, const char* b, char* dst, ptrdiff_t count, ptrdiff_t stepA,
+                    ptrdiff_t stepB, ptrdiff_t stepDst) {
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        *ownLanes<T>(dst) = Op::template sample<T>(*ownLanes<T>(a), *ownLanes<T>(b));
+        a += stepA;
+        b += stepB;
+        dst += stepDst;
+    }
+}
+
+template <class Op> void ownPairBytes(const char* a, const char* b, char* dst, ptrdiff_t count) {
+    const auto* x = ownLanes<uint8_t>(a);
+    const auto* y = ownLanes<uint8_t>(b);
+    auto* z = ownLanes<uint8_t>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = static_cast<uint8_t>(Op::bits(x[i], y[i]));
+}
+
+template <class Op>
+void ownPairBits(const char* a, int32_t bitA, const char* b, int32_t bitB, char* dst,
+                 int32_t bitDst, ptrdiff_t count) {
+    ownBitRun<2>(
+        {a, b}, {bitA, bitB}, dst, bitDst, count,
+        [](const uint8_t* const* at, ptrdiff_t i) { return Op::bits(at[0][i], at[1][i]); });
+}
+
+template <class Op, class T> constexpr OwnPairRow ownPairRow() {
+    return {ownPairLine<Op, T>, ownPairStrided<Op, T>};
+}
+
+template <class Op> constexpr OwnPairTable ownPairTable() {
+    return {{ownPairRow<Op, uint8_t>(), ownPairRow<Op, int8_t>(), ownPairRow<Op, uint16_t>(),
+             ownPairRow<Op, int16_t>(), ownPairRow<Op, int32_t>()},
+            ownPairBytes<Op>,
+            ownPairBits<Op>};
+}
+
+} // namespace
+
+#endif

@@ -1,0 +1,88 @@
+// For row kernels only: runs of bits at any phase, the leftmost in a byte's top bit. Bits of the
+// destination's bytes outside the run are kept, and no byte that holds no bit of a run is read.
+#ifndef OWN_BIT_LANES_H
+#define OWN_BIT_LANES_H
+
+#include "frame/lanes.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace {
+
+// `count` bits, 1 to 8, from a bit position on, at the top of a byte; what follows them is
+// undefined.
+inline uint32_t ownFetchBits(const char* src, ptrdiff_t bit, ptrdiff_t count) {
+    const uint8_t* at = reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
+    const uint32_t phase = static_cast<uint32_t>(bit & 7);
+    uint32_t two = uint32_t{at[0]} << 8;
+    if (phase + static_cast<uint32_t>(count) > 8) two |= at[1];
+    return two << phase >> 8 & 0xFF;
+}
+
+inline void ownMergeBits(char* dst, int32_t phase, ptrdiff_t count, uint32_t bits) {
+    const uint32_t mask = (0xFFu << (8 - count) & 0xFF) >> phase;
+    const uint32_t kept = static_cast<uint8_t>(*dst) & ~mask;
+    *dst = static_cast<char>(kept | (bits >> phase & mask));
+}
+
+constexpr ptrdiff_t ownBitBlock = 1024; // bytes
+
+// `count` whole bytes of bits from a bit position on: where they lie if that is at a byte, else a
+// copy in `block`.
+inline const uint8_t* ownAlignBits(const char* src, ptrdiff_t bit, uint8_t* block,
+                                   ptrdiff_t count) {
+    const uint8_t* at = reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
+    const int32_t phase = static_cast<int32_t>(bit & 7);
+    if (phase == 0) return at;
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        block[i] = static_cast<uint8_t>(at[i] << phase | at[i + 1] >> (8 - phase));
+    return block;
+}
+
+// Combines `sources` runs of bits, each from its own bit position, into one: the destination's
+// bytes are taken a block at a time, with the sources brought to its phase, and `combine` sees byte
+// after byte.
+template <int32_t sources, class Combine>
+void ownBitRun(const char* const (&src)[sources], const int32_t (&bit)[sources], char* dst,
+               int32_t bitDst, ptrdiff_t count, Combine combine) {
+    uint8_t blocks[sources][ownBitBlock];
+    const uint8_t* at[sources];
+    uint8_t edge[sources];
+    ptrdiff_t from[sources];
+    for (int32_t i = 0; i < sources; ++i) from[i] = bit[i];
+
+    const auto takeEdge = [&](ptrdiff_t bits) {
+        for (int32_t i = 0; i < sources; ++i) {
+            edge[i] = static_cast<uint8_t>(ownFetchBits(src[i], from[i], bits));
+            at[i] = &edge[i];
+            from[i] += bits;
+        }
+        ownMergeBits(dst, bitDst, bits, combine(at, 0));
+        count -= bits;
+    };
+
+    if (bitDst != 0) {
+        takeEdge(count < 8 - bitDst ? count : 8 - bitDst);
+        ++dst;
+        bitDst = 0;
+    }
+    while (count >= 8) {
+        const ptrdiff_t bytes = count / 8 < ownBitBlock ? count / 8 : ownBitBlock;
+        for (int32_t i = 0; i < sources; ++i) {
+            at[i] = ownAlignBits(src[i], from[i], blocks[i], bytes);
+            from[i] += bytes * 8;
+        }
+        auto* out = reinterpret_cast<uint8_t*>(dst);
+        OWN_EACH_ALONE
+        for (ptrdiff_t k = 0; k < bytes; ++k) out[k] = static_cast<uint8_t>(combine(at, k));
+        dst += bytes;
+        count -= bytes * 8;
+    }
+    if (count > 0) takeEdge(count);
+}
+
+} // namespace
+
+#endif

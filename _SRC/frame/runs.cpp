@@ -1,0 +1,122 @@
+#include "frame/runs.h"
+
+#include "frame/depth.h"
+#include "frame/raster.h"
+
+namespace {
+
+const char* blockEnd(const DaxImage* image) {
+    const bool planes = image->dataOrder != DAX_DATA_PIXEL;
+    const ptrdiff_t rows = ptrdiff_t{image->height} * (planes ? image->nChannels : 1);
+    const ptrdiff_t byRows = rows * image->widthStep;
+    return static_cast<const char*>(image->imageData) +
+           (byRows > image->dataSize ? byRows : image->dataSize);
+}
+
+bool allSameGeometry(DaxImage* const* images, int32_t count) {
+    for (int32_t i = 0; i < count - 1; ++i)
+        if (!ownSameGeometry(images[i], images[count - 1])) return false;
+    return true;
+}
+
+} // namespace
+
+bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
+    const DaxImage* dst = images[count - 1];
+    const ptrdiff_t sample = ownSampleBytes(dst->depth);
+    *runs = {};
+    runs->images = count;
+    runs->rows = 1;
+    runs->planes = 1;
+    for (int32_t i = 0; i < count; ++i) {
+        runs->start[i] = static_cast<char*>(images[i]->imageData);
+        runs->end[i] = blockEnd(images[i]);
+    }
+    if (allSameGeometry(images, count)) {
+        runs->count = dst->dataSize / sample;
+        return runs->count > 0;
+    }
+
+    ptrdiff_t width = PTRDIFF_MAX;
+    ptrdiff_t height = PTRDIFF_MAX;
+    int32_t channels = 0;
+    bool wholePixels = true;
+    bool oneChannel = true;
+    for (int32_t i = 0; i < count; ++i) {
+        const DaxImage* image = images[i];
+        ptrdiff_t rowBytes = 0;
+        ptrdiff_t rows = 0;
+        const ptrdiff_t offset = ownRoiGeometry(image, &rowBytes, &rows, &channels);
+        if (offset == -1) return false;
+        if (rowBytes / sample < width) width = rowBytes / sample;
+        if (rows < height) height = rows;
+        runs->start[i] += offset;
+        runs->rowStep[i] = image->widthStep / sample * sample;
+        runs->planeStep[i] = runs->rowStep[i] * image->height;
+        runs->sampleStep[i] = image->nChannels * sample;
+        wholePixels = wholePixels && channels == image->nChannels;
+        oneChannel = oneChannel && image->roi != nullptr && image->roi->coi != 0;
+    }
+    if (width <= 0 || height <= 0) return false;
+
+    bool contiguous = true;
+    for (int32_t i = 0; i < count; ++i)
+        contiguous = contiguous && width * sample == images[i]->widthStep;
+    runs->count = contiguous ? width * height : width;
+    runs->rows = contiguous ? 1 : height;
+
+    if (dst->dataOrder != DAX_DATA_PIXEL) {
+        if (oneChannel) return true;
+        runs->planes = channels;
+        return wholePixels;
+    }
+    if (wholePixels) return true;
+    // A run ends when the first source's position reaches its length.
+    runs->strided = true;
+    runs->count = (runs->count + images[0]->nChannels - 1) / images[0]->nChannels;
+    return oneChannel;
+}
+
+ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at) {
+    ptrdiff_t count = runs.count;
+    for (int32_t i = 0; i < runs.images; ++i) {
+        // A sample is as wide as its image's step through its channels, or narrower.
+        const ptrdiff_t inside =
+            (runs.end[i] - at[i] + runs.sampleStep[i] - 1) / runs.sampleStep[i];
+        if (inside < count) count = inside;
+    }
+    return count;
+}
+
+bool ownBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) {
+    *runs = {};
+    runs->images = count;
+    for (int32_t i = 0; i < count; ++i) runs->start[i] = static_cast<char*>(images[i]->imageData);
+    if (allSameGeometry(images, count)) {
+        runs->words = images[count - 1]->dataSize / 4;
+        return runs->words > 0;
+    }
+    runs->count = PTRDIFF_MAX;
+    runs->rows = PTRDIFF_MAX;
+    for (int32_t i = 0; i < count; ++i) {
+        int32_t width = 0;
+        int32_t height = 0;
+        const ptrdiff_t offset = ownBitonalRect(images[i], &width, &height, &runs->bit[i]);
+        if (offset < 0) return false;
+        if (width < runs->count) runs->count = width;
+        if (height < runs->rows) runs->rows = height;
+        runs->start[i] += offset;
+        runs->end[i] = blockEnd(images[i]);
+        runs->rowStep[i] = images[i]->widthStep;
+    }
+    return runs->count > 0 && runs->rows > 0;
+}
+
+ptrdiff_t ownBitsInside(const OwnBitRuns& runs, char* const* at) {
+    ptrdiff_t count = runs.count;
+    for (int32_t i = 0; i < runs.images; ++i) {
+        const ptrdiff_t inside = (runs.end[i] - at[i]) * 8 - runs.bit[i];
+        if (inside < count) count = inside;
+    }
+    return count;
+}

@@ -1,0 +1,70 @@
+// How a rectangle that two or three plain images share can be walked: in flat runs, or in strided
+// runs that visit one channel.
+#ifndef OWN_RUNS_H
+#define OWN_RUNS_H
+
+#include "frame/daxlib.h"
+
+#include <cstddef>
+#include <cstdint>
+
+struct OwnRuns {
+    int32_t images;          // the last one is the destination
+    char* start[3];          // the first sample of the first run
+    const char* end[3];      // the end of the image's block
+    ptrdiff_t rowStep[3];    // bytes
+    ptrdiff_t planeStep[3];  // bytes
+    ptrdiff_t sampleStep[3]; // bytes; of use in strided runs
+    ptrdiff_t count;         // samples of a run
+    ptrdiff_t rows;
+    ptrdiff_t planes;
+    bool strided;
+};
+
+// The walk of the sample-by-sample operations on depths of 8 bits and more: one flat run over
+// everything where all images are of one size and wholly selected, else by the layouts of the
+// images, which must fit each other; false when there is nothing to do.
+bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
+
+// The same for bitonal images.
+struct OwnBitRuns {
+    int32_t images;
+    char* start[3];
+    const char* end[3];
+    ptrdiff_t rowStep[3];
+    int32_t bit[3];  // where a run starts in its first byte
+    ptrdiff_t words; // above 0: one flat run of so many 32-bit words, and no rows
+    ptrdiff_t count; // bits of a run
+    ptrdiff_t rows;
+};
+
+bool ownBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs);
+
+// The last run's row, cut to what lies inside the blocks: a row of `runs.count` samples or fewer.
+ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at);
+ptrdiff_t ownBitsInside(const OwnBitRuns& runs, char* const* at);
+
+// Calls `run(at, count)` for every run, with the address of its first sample in each image.
+template <class Run> void ownEachRun(const OwnRuns& runs, Run run) {
+    char* plane[3] = {runs.start[0], runs.start[1], runs.start[2]};
+    for (ptrdiff_t p = 0; p < runs.planes; ++p) {
+        char* at[3] = {plane[0], plane[1], plane[2]};
+        for (ptrdiff_t row = 0; row < runs.rows; ++row) {
+            const ptrdiff_t count = runs.strided ? ownSamplesInside(runs, at) : runs.count;
+            if (count > 0) run(at, count);
+            for (int32_t i = 0; i < runs.images; ++i) at[i] += runs.rowStep[i];
+        }
+        for (int32_t i = 0; i < runs.images; ++i) plane[i] += runs.planeStep[i];
+    }
+}
+
+template <class Run> void ownEachBitRun(const OwnBitRuns& runs, Run run) {
+    char* at[3] = {runs.start[0], runs.start[1], runs.start[2]};
+    for (ptrdiff_t row = 0; row < runs.rows; ++row) {
+        const ptrdiff_t count = ownBitsInside(runs, at);
+        if (count > 0) run(at, count);
+        for (int32_t i = 0; i < runs.images; ++i) at[i] += runs.rowStep[i];
+    }
+}
+
+#endif

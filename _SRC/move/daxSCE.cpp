@@ -1,0 +1,331 @@
+// Copy, set and exchange: the three data movers. Tiles are moved by the same functions, called
+// again with plain headers of the tiles.
+
+#include "frame/border.h"
+#include "frame/call.h"
+#include "frame/depth.h"
+#include "frame/memory.h"
+#include "frame/movers.h"
+#include "frame/ownrect.h"
+#include "frame/planeview.h"
+
+namespace {
+
+constexpr OwnCall copyCall = {"daxCopy", "daxSCE"};
+constexpr OwnCall setCall = {"daxSet", "daxSCE"};
+constexpr OwnCall exchangeCall = {"daxExchange", "daxSCE"};
+
+constexpr const char* readFailure = "Error get tile to read";
+constexpr const char* writeFailure = "Error get tile to write";
+
+// The rows of one view, and of another beside it, as runs: whole rows of samples, or one sample in
+// every pixel.
+struct Runs {
+    ptrdiff_t sample; // bytes; 0 for bits
+    ptrdiff_t count;  // samples of a run
+    ptrdiff_t rows;
+    ptrdiff_t planes;
+    bool whole;
+};
+
+Runs runsOf(const DaxImage* image, const DaxPlaneView& view, bool whole) {
+    Runs runs = {ownDepthBits(image->depth) / 8, view.viewWidth, view.viewHeight, 1, whole};
+    if (whole && image->dataOrder == DAX_DATA_PIXEL) runs.count *= image->nChannels;
+    if (whole && image->dataOrder != DAX_DATA_PIXEL) runs.planes = view.pixelStep;
+    return runs;
+}
+
+// Rows that follow each other without a gap are one run, and so are planes.
+void join(Runs* runs, const DaxPlaneView& a, const DaxPlaneView& b) {
+    const auto follow = [&](ptrdiff_t stepA, ptrdiff_t stepB) {
+        return runs->count * runs->sample == stepA && stepA == stepB;
+    };
+    if (!runs->whole || runs->sample == 0 || !follow(a.rowStep, b.rowStep)) return;
+    runs->count *= runs->rows;
+    runs->rows = 1;
+    if (!follow(a.planeStep, b.planeStep)) return;
+    runs->count *= runs->planes;
+    runs->planes = 1;
+}
+
+// Calls `run(a, b)` with the addresses of each run.
+template <class Run>
+void eachRun(const Runs& runs, const DaxPlaneView& a, const DaxPlaneView& b, Run run) {
+    for (ptrdiff_t plane = 0; plane < runs.planes; ++plane)
+        for (ptrdiff_t row = 0; row < runs.rows; ++row)
+            run(a.rowStart + plane * a.planeStep + row * a.rowStep,
+                b.rowStart + plane * b.planeStep + row * b.rowStep);
+}
+
+// The rectangle that two plain images share; false when there is none, or their channels don't pair
+// up.
+bool pairRuns(const DaxImage* a, const DaxImage* b, DaxPlaneView* viewA, DaxPlaneView* viewB,
+              Runs* runs) {
+    ownPlaneView(a, viewA);
+    ownPlaneView(b, viewB);
+    if (!ownDepthKnown(a->depth) || viewA->pixelStep != viewB->pixelStep) return false;
+    if (viewB->viewHeight < viewA->viewHeight) viewA->viewHeight = viewB->viewHeight;
+    if (viewB->viewWidth < viewA->viewWidth) viewA->viewWidth = viewB->viewWidth;
+    const bool whole = a->dataOrder != DAX_DATA_PIXEL ||
+                       (a->nChannels == b->nChannels && a->nChannels == viewA->pixelStep);
+    *runs = runsOf(a, *viewA, whole);
+    join(runs, *viewA, *viewB);
+    return viewA->viewHeight > 0 && viewA->viewWidth > 0;
+}
+
+void copyPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
+    DaxPlaneView src;
+    DaxPlaneView dst;
+    Runs runs;
+    if (!pairRuns(srcImage, dstImage, &src, &dst, &runs)) return;
+    if (runs.sample == 0) {
+        eachRun(runs, src, dst, [&](const char* from, char* to) {
+            ownCopyBits(from, ownRoiX(srcImage), to, ownRoiX(dstImage), runs.count);
+        });
+    } else if (runs.whole) {
+        eachRun(runs, src, dst, [&](const char* from, char* to) {
+            ownCopyRow(from, to, runs.count * runs.sample);
+        });
+    } else {
+        const auto copy = ownStridedMovers(runs.sample).copy;
+        eachRun(runs, src, dst, [&](const char* from, char* to) {
+            copy(from, runs.sample * srcImage->nChannels, to, runs.sample * dstImage->nChannels,
+                 runs.count);
+        });
+    }
+}
+
+// Bit by bit, so that runs which share bytes come out in order.
+void swapBits(char* a, ptrdiff_t bitA, char* b, ptrdiff_t bitB, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const bool kept = ownGetBit(a, bitA + i);
+        ownPutBit(a, bitA + i, ownGetBit(b, bitB + i));
+        ownPutBit(b, bitB + i, kept);
+    }
+}
+
+void swapPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
+    DaxPlaneView src;
+    DaxPlaneView dst;
+    Runs runs;
+    if (!pairRuns(srcImage, dstImage, &src, &dst, &runs)) return;
+    if (runs.sample == 0) {
+        eachRun(runs, src, dst, [&](char* a, char* b) {
+            swapBits(a, ownRoiX(srcImage), b, ownRoiX(dstImage), runs.count);
+        });
+    } else if (runs.whole) {
+        eachRun(runs, src, dst,
+                [&](char* a, char* b) { ownSwapRows(a, b, runs.count * runs.sample); });
+    } else {
+        const auto swap = ownStridedMovers(runs.sample).swap;
+        eachRun(runs, src, dst, [&](char* a, char* b) {
+            swap(a, runs.sample * srcImage->nChannels, b, runs.sample * dstImage->nChannels,
+                 runs.count);
+        });
+    }
+}
+
+int32_t clampedTo(int32_t depth, int32_t value) {
+    int32_t least = INT32_MIN;
+    int32_t most = INT32_MAX;
+    switch (depth) {
+    case DAX_DEPTH_1U:
+        least = 0;
+        most = 1;
+        break;
+    case DAX_DEPTH_8U:
+        least = 0;
+        most = UINT8_MAX;
+        break;
+    case DAX_DEPTH_8S:
+        least = INT8_MIN;
+        most = INT8_MAX;
+        break;
+    case DAX_DEPTH_16U:
+        least = 0;
+        most = UINT16_MAX;
+        break;
+    case DAX_DEPTH_16S:
+        least = INT16_MIN;
+        most = INT16_MAX;
+        break;
+    default: break;
+    }
+    return value < least ? least : value > most ? most : value;
+}
+
+void setPlain(const DaxImage* dstImage, int32_t fillValue) {
+    DaxPlaneView dst;
+    ownPlaneView(dstImage, &dst);
+    if (!ownDepthKnown(dstImage->depth) || dst.viewHeight <= 0 || dst.viewWidth <= 0) return;
+    const bool whole =
+        dstImage->dataOrder != DAX_DATA_PIXEL || dstImage->nChannels == dst.pixelStep;
+    Runs runs = runsOf(dstImage, dst, whole);
+    join(&runs, dst, dst);
+    const auto value = static_cast<uint32_t>(clampedTo(dstImage->depth, fillValue));
+    eachRun(runs, dst, dst, [&](char* at, char*) {
+        if (runs.sample == 0)
+            ownFillBits(value != 0, at, ownRoiX(dstImage), runs.count);
+        else if (whole)
+            ownFillRow(runs.sample, value, at, runs.count);
+        else
+            ownStridedMovers(runs.sample)
+                .fill(value, at, runs.sample * dstImage->nChannels, runs.count);
+    });
+}
+
+// One of the two images is tiled. The walk goes over its tiles, and the region of the other's own
+// header follows it; the caller's region is put back at the end of the whole walk and not before.
+struct OneTiled {
+    DaxImage* tiled;
+    DaxImage* plain;
+    int32_t mode;
+    const char* failure;
+    const int32_t* tilePos;
+};
+
+template <class Move> void walkOneTiled(const OwnCall& call, const OneTiled& images, Move move) {
+    DaxTileWalk walk;
+    OwnTileSpan span;
+    DaxROI* const callersRoi = images.plain->roi;
+    const int32_t plainX = ownRoiX(images.plain);
+    const int32_t plainY = ownRoiY(images.plain);
+    if (ownTileWalkOf(images.plain, images.tiled, &walk) == 0) return;
+    DaxROI roi = {ownCoi(images.plain), plainX, plainY, walk.walkHeight, walk.walkWidth};
+    images.plain->roi = &roi;
+    if (!ownTileSpan(walk, images.tilePos, &span)) return;
+    OwnTile tile(images.tiled);
+    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
+        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
+            const OwnTileShare x = ownTileShareX(walk, col);
+            const OwnTileShare y = ownTileShareY(walk, row);
+            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, images.mode)) {
+                call.report(DAX_StatusUnknownError, images.failure);
+                return;
+            }
+            roi.xOffset = plainX + x.before;
+            roi.yOffset = plainY + y.before;
+            OwnTileView view(images.tiled, tile.data(), x, y);
+            move(&view.header, images.plain);
+            tile.release();
+        }
+    }
+    images.plain->roi = callersRoi;
+}
+
+// Both images are tiled. The walk goes over the destination's tiles, each with a copy of the
+// source's rectangle that belongs to it: `move(tile header, rectangle header, place of the
+// rectangle in the source)`.
+template <class Move>
+void walkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage,
+                   const int32_t* tilePos, Move move) {
+    DaxTileWalk walk;
+    OwnTileSpan span;
+    if (ownTileWalkOf(srcImage, dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
+    OwnTile tile(dstImage);
+    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
+        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
+            const OwnTileShare x = ownTileShareX(walk, col);
+            const OwnTileShare y = ownTileShareY(walk, row);
+            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, DAX_TILE_WRITE)) {
+                call.report(DAX_StatusUnknownError, writeFailure);
+                return;
+            }
+            const DaxROI place = {ownCoi(srcImage), ownRoiX(srcImage) + x.before,
+                                  ownRoiY(srcImage) + y.before, y.size, x.size};
+            int32_t step = 0;
+            OwnBuffer<char> rectangle;
+            rectangle.reset(ownBorderRect(srcImage, place.xOffset, place.yOffset, place.width,
+                                          place.height, &step));
+            if (!rectangle || daxGetErrStatus() < 0) return;
+            DaxROI rectangleRoi = {place.coi, 0, 0, place.height, place.width};
+            DaxImage header = *srcImage;
+            header.height = place.height;
+            header.width = place.width;
+            header.widthStep = step;
+            header.tileInfo = nullptr;
+            header.roi = &rectangleRoi;
+            header.imageData = rectangle.get();
+            OwnTileView view(dstImage, tile.data(), x, y);
+            move(&view.header, &header, place);
+            tile.release();
+        }
+    }
+}
+
+} // namespace
+
+void daxCopy(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {
+    if (!copyCall.sound(srcImage)) return;
+    if (!copyCall.sound(dstImage)) return;
+    ownCheckCompatible(srcImage, dstImage, copyCall.funcName, copyCall.module, __builtin_LINE());
+    if (daxGetErrStatus() < 0) return;
+    if (srcImage->tileInfo != nullptr && dstImage->tileInfo != nullptr) {
+        walkBothTiled(copyCall, srcImage, dstImage, tilePos,
+                      [](DaxImage* tile, DaxImage* rectangle, const DaxROI&) {
+                          daxCopy(rectangle, tile, nullptr);
+                      });
+    } else if (srcImage->tileInfo != nullptr) {
+        // This walk is never narrowed.
+        walkOneTiled(copyCall, {srcImage, dstImage, DAX_TILE_READ, readFailure, nullptr},
+                     [](DaxImage* tile, DaxImage* plain) { daxCopy(tile, plain, nullptr); });
+    } else if (dstImage->tileInfo != nullptr) {
+        walkOneTiled(copyCall, {dstImage, srcImage, DAX_TILE_WRITE, writeFailure, tilePos},
+                     [](DaxImage* tile, DaxImage* plain) { daxCopy(plain, tile, nullptr); });
+    } else {
+        copyPlain(srcImage, dstImage);
+    }
+}
+
+void daxSet(DaxImage* dstImage, int32_t fillValue, const int32_t* tilePos) {
+    if (!setCall.sound(dstImage)) return;
+    if (dstImage->tileInfo == nullptr) {
+        setPlain(dstImage, fillValue);
+        return;
+    }
+    DaxTileWalk walk;
+    OwnTileSpan span;
+    if (ownTileWalkSelf(dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
+    OwnTile tile(dstImage);
+    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
+        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
+            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, DAX_TILE_WRITE)) {
+                setCall.report(DAX_StatusUnknownError, writeFailure);
+                return;
+            }
+            OwnTileView view(dstImage, tile.data(), ownTileShareX(walk, col),
+                             ownTileShareY(walk, row));
+            daxSet(&view.header, fillValue, nullptr);
+            tile.release();
+        }
+    }
+}
+
+void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {
+    if (!exchangeCall.sound(srcImage)) return;
+    if (!exchangeCall.sound(dstImage)) return;
+    ownCheckCompatible(srcImage, dstImage, exchangeCall.funcName, exchangeCall.module,
+                       __builtin_LINE());
+    if (daxGetErrStatus() < 0) return;
+    if (srcImage->tileInfo != nullptr && dstImage->tileInfo != nullptr) {
+        walkBothTiled(exchangeCall, srcImage, dstImage, tilePos,
+                      [srcImage](DaxImage* tile, DaxImage* snapshot, const DaxROI& place) {
+                          DaxROI* const callersRoi = srcImage->roi;
+                          DaxROI roi = place;
+                          srcImage->roi = &roi;
+                          daxCopy(tile, srcImage, nullptr);
+                          daxCopy(snapshot, tile, nullptr);
+                          srcImage->roi = callersRoi;
+                      });
+    } else if (srcImage->tileInfo != nullptr) {
+        // The source is written, too; a tile of it that can't be had is reported as one to read all
+        // the same.
+        walkOneTiled(exchangeCall, {srcImage, dstImage, DAX_TILE_WRITE, readFailure, nullptr},
+                     [](DaxImage* tile, DaxImage* plain) { daxExchange(tile, plain, nullptr); });
+    } else if (dstImage->tileInfo != nullptr) {
+        walkOneTiled(exchangeCall, {dstImage, srcImage, DAX_TILE_WRITE, writeFailure, tilePos},
+                     [](DaxImage* tile, DaxImage* plain) { daxExchange(plain, tile, nullptr); });
+    } else {
+        swapPlain(srcImage, dstImage);
+    }
+}
