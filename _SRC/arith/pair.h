@@ -22,24 +22,15 @@ struct OwnPairTable {
                  int32_t bitDst, ptrdiff_t count);
 };
 
-struct OwnAdd {
+struct OwnPair {
     using Table = OwnPairTable;
 };
-struct OwnSubtract {
-    using Table = OwnPairTable;
-};
-struct OwnMultiply {
-    using Table = OwnPairTable;
-};
-struct OwnAnd {
-    using Table = OwnPairTable;
-};
-struct OwnOr {
-    using Table = OwnPairTable;
-};
-struct OwnXor {
-    using Table = OwnPairTable;
-};
+struct OwnAdd : OwnPair {};
+struct OwnSubtract : OwnPair {};
+struct OwnMultiply : OwnPair {};
+struct OwnAnd : OwnPair {};
+struct OwnOr : OwnPair {};
+struct OwnXor : OwnPair {};
 
 // The checks that the family makes after those of the headers: true when the images fit each other.
 bool ownPairFits(const OwnCall& call, const DaxImage* srcImageA, const DaxImage* srcImageB,

@@ -13,13 +13,22 @@
 
 namespace {
 
-template <class Op, class T>
-void ownPairLine(const char* a, const char* b, char* dst, ptrdiff_t count) {
+// dst[i] = of(a[i], b[i])
+template <class T, class Of>
+void ownCombineRun(const char* a, const char* b, char* dst, ptrdiff_t count, Of of) {
     const auto* x = ownLanes<T>(a);
     const auto* y = ownLanes<T>(b);
     auto* z = ownLanes<T>(dst);
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i) z[i] = Op::template sample<T>(x[i], y[i]);
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = of(T{x[i]}, T{y[i]});
+}
+
+template <class Op, class T>
+void ownPairLine(const char* a, const char* b, char* dst, ptrdiff_t count) {
+    if constexpr (requires { Op::template line<T>(a, b, dst, count); })
+        Op::template line<T>(a, b, dst, count);
+    else
+        ownCombineRun<T>(a, b, dst, count, [](T x, T y) { return Op::template sample<T>(x, y); });
 }
 
 template <class Op, class T>
@@ -34,11 +43,9 @@ void ownPairStrided(const char* a, const char* b, char* dst, ptrdiff_t count, pt
 }
 
 template <class Op> void ownPairBytes(const char* a, const char* b, char* dst, ptrdiff_t count) {
-    const auto* x = ownLanes<uint8_t>(a);
-    const auto* y = ownLanes<uint8_t>(b);
-    auto* z = ownLanes<uint8_t>(dst);
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i) z[i] = static_cast<uint8_t>(Op::bits(x[i], y[i]));
+    ownCombineRun<uint8_t>(a, b, dst, count, [](uint8_t x, uint8_t y) {
+        return static_cast<uint8_t>(Op::bits(x, y));
+    });
 }
 
 template <class Op>
@@ -56,6 +63,14 @@ template <class Op, class T> constexpr OwnPairRow ownPairRow() {
 template <class Op> constexpr OwnPairTable ownPairTable() {
     return {{ownPairRow<Op, uint8_t>(), ownPairRow<Op, int8_t>(), ownPairRow<Op, uint16_t>(),
              ownPairRow<Op, int16_t>(), ownPairRow<Op, int32_t>()},
+            ownPairBytes<Op>,
+            ownPairBits<Op>};
+}
+
+// For an operation to which a sample is a word of bits.
+template <class Op> constexpr OwnPairTable ownPairWordTable() {
+    return {{ownPairRow<Op, uint8_t>(), ownPairRow<Op, uint8_t>(), ownPairRow<Op, uint16_t>(),
+             ownPairRow<Op, uint16_t>(), ownPairRow<Op, uint32_t>()},
             ownPairBytes<Op>,
             ownPairBits<Op>};
 }

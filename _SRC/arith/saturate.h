@@ -59,6 +59,14 @@ template <class T> T ownSaturatedProduct(T a, T b) {
         return ownClamp<T>(int64_t{a} * b);
 }
 
+// The product at the ends of a run of unsigned words: it wraps in 32 bits and is limited as a
+// signed number, so that one of 2^31 and more keeps its low 16 bits.
+inline uint16_t ownEndProduct(uint16_t a, uint32_t b) {
+    const uint32_t product = a * b;
+    return static_cast<int32_t>(product) > 0xFFFF ? uint16_t{0xFFFF}
+                                                  : static_cast<uint16_t>(product);
+}
+
 } // namespace
 
 #endif

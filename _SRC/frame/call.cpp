@@ -19,9 +19,3 @@ bool OwnCall::rejects(bool condition, const char* text, int32_t line) const {
 void OwnCall::report(DaxStatus status, const char* text, int32_t line) const {
     daxError(status, funcName, text, module, line);
 }
-
-bool OwnCall::failedInside(int32_t line) const {
-    if (daxGetErrStatus() >= 0) return false;
-    report(DAX_StatusBacktrace, "", line);
-    return true;
-}

@@ -18,10 +18,6 @@ struct OwnCall {
     bool rejects(bool condition, const char* text, int32_t line = __builtin_LINE()) const;
 
     void report(DaxStatus status, const char* text, int32_t line = __builtin_LINE()) const;
-
-    // The trace line after a library function that this one called has failed: true when the stored
-    // status tells of a failure.
-    bool failedInside(int32_t line = __builtin_LINE()) const;
 };
 
 #endif

@@ -1,6 +1,7 @@
 #include "frame/runs.h"
 
 #include "frame/depth.h"
+#include "frame/ownrect.h"
 #include "frame/raster.h"
 
 namespace {
@@ -75,6 +76,78 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     runs->strided = true;
     runs->count = (runs->count + images[0]->nChannels - 1) / images[0]->nChannels;
     return oneChannel;
+}
+
+bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
+    const ptrdiff_t sample = ownSampleBytes(images[0]->depth);
+    const bool pixels = images[0]->dataOrder == DAX_DATA_PIXEL;
+    *runs = {};
+    runs->images = count;
+    runs->planes = 1;
+    int32_t coi[3] = {};
+    ptrdiff_t width = PTRDIFF_MAX;
+    ptrdiff_t height = PTRDIFF_MAX;
+    for (int32_t i = 0; i < count; ++i) {
+        const DaxImage* image = images[i];
+        int32_t rectHeight = 0;
+        int32_t rectWidth = 0;
+        ownRoiChannels(image, nullptr, &coi[i], &rectHeight, &rectWidth);
+        if (rectHeight < height) height = rectHeight;
+        if (rectWidth < width) width = rectWidth;
+        const ptrdiff_t pixel = sample * (pixels ? image->nChannels : 1);
+        runs->start[i] = static_cast<char*>(image->imageData);
+        if (const DaxROI* roi = image->roi)
+            runs->start[i] += roi->xOffset * pixel + ptrdiff_t{roi->yOffset} * image->widthStep;
+        runs->end[i] = blockEnd(image);
+        runs->rowStep[i] = image->widthStep;
+        runs->planeStep[i] = ptrdiff_t{image->widthStep} * image->height;
+        runs->sampleStep[i] = pixel;
+    }
+    if (width <= 0 || height <= 0) return false;
+    runs->count = width;
+    runs->rows = height;
+    if (coi[0] != 0) {
+        // An image that has no channel of interest of its own starts at its first channel.
+        for (int32_t i = 0; i < count; ++i)
+            if (coi[i] > 1) runs->start[i] += (coi[i] - 1) * (pixels ? sample : runs->planeStep[i]);
+        runs->strided = pixels;
+    } else if (pixels) {
+        runs->count *= images[0]->nChannels;
+    } else {
+        runs->planes = images[0]->nChannels;
+    }
+    // Rows that follow each other without a gap are one run.
+    bool contiguous = !runs->strided;
+    for (int32_t i = 0; i < count; ++i)
+        contiguous = contiguous && runs->rowStep[i] == runs->count * sample;
+    if (contiguous) {
+        runs->count *= runs->rows;
+        runs->rows = 1;
+    }
+    return true;
+}
+
+bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) {
+    *runs = {};
+    runs->images = count;
+    runs->count = PTRDIFF_MAX;
+    runs->rows = PTRDIFF_MAX;
+    for (int32_t i = 0; i < count; ++i) {
+        const DaxImage* image = images[i];
+        int32_t height = 0;
+        int32_t width = 0;
+        ownRoiChannels(image, nullptr, nullptr, &height, &width);
+        if (height < runs->rows) runs->rows = height;
+        if (width < runs->count) runs->count = width;
+        runs->start[i] = static_cast<char*>(image->imageData);
+        runs->end[i] = blockEnd(image);
+        runs->rowStep[i] = image->widthStep;
+        const DaxROI* roi = image->roi;
+        if (roi == nullptr) continue;
+        runs->start[i] += (roi->xOffset >> 3) + ptrdiff_t{roi->yOffset} * image->widthStep;
+        runs->bit[i] = roi->xOffset & 7;
+    }
+    return runs->count > 0 && runs->rows > 0;
 }
 
 ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at) {

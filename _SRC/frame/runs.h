@@ -26,6 +26,10 @@ struct OwnRuns {
 // images, which must fit each other; false when there is nothing to do.
 bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
 
+// The walk of the operations that go by the source: its channel of interest decides, starts follow
+// the offsets of the regions and `widthStep` as they stand. One source and a destination.
+bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
+
 // The same for bitonal images.
 struct OwnBitRuns {
     int32_t images;
@@ -39,8 +43,9 @@ struct OwnBitRuns {
 };
 
 bool ownBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs);
+bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs);
 
-// The last run's row, cut to what lies inside the blocks: a row of `runs.count` samples or fewer.
+// A run of `runs.count` samples, or fewer where a block ends before it.
 ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at);
 ptrdiff_t ownBitsInside(const OwnBitRuns& runs, char* const* at);
 

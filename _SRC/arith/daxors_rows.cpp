@@ -1,0 +1,16 @@
+#include "arith/single_rows.h"
+
+namespace {
+
+struct OrConstant {
+    static uint32_t bits(uint32_t a, uint32_t pattern) { return a | pattern; }
+    template <class T> static T sample(T a, int32_t pattern) {
+        return static_cast<T>(a | static_cast<T>(pattern));
+    }
+};
+
+constexpr OwnSingleTable table = ownSingleWordTable<OrConstant>();
+
+} // namespace
+
+template <> const OwnSingleTable& ownRowTable<OwnOrS, OWN_ISA>() { return table; }

@@ -1,0 +1,34 @@
+#include "arith/constant_sum.h"
+
+namespace {
+
+struct SubtractConstant {
+    static uint32_t bits(uint32_t a, uint32_t pattern) { return a & ~pattern; }
+    template <class T> static T sample(T a, int32_t value) {
+        return ownClamp<T>(int64_t{a} - value);
+    }
+    template <class T>
+    static void line(const char* src, char* dst, ptrdiff_t count, int32_t value) {
+        ownSumRun<T>(src, dst, count, -int64_t{value});
+    }
+};
+
+struct SubtractFromConstant {
+    static uint32_t bits(uint32_t a, uint32_t pattern) { return pattern & ~a; }
+    template <class T> static T sample(T a, int32_t value) {
+        return ownClamp<T>(int64_t{value} - a);
+    }
+    template <class T>
+    static void line(const char* src, char* dst, ptrdiff_t count, int32_t value) {
+        ownDifferenceRun<T>(src, dst, count, value);
+    }
+};
+
+constexpr OwnSingleTable subtract = ownSingleTable<SubtractConstant>();
+constexpr OwnSingleTable subtractFrom = ownSingleTable<SubtractFromConstant>();
+
+} // namespace
+
+template <> const OwnSingleTable& ownRowTable<OwnSubtractS, OWN_ISA>() { return subtract; }
+
+template <> const OwnSingleTable& ownRowTable<OwnSubtractFromS, OWN_ISA>() { return subtractFrom; }
