@@ -1066,9 +1066,14 @@ DAX_API void daxMultiply(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dst
  * `value`.
  *
  * @par Values beyond the depth
- * On #DAX_DEPTH_8U runs take the low 16 bits of `value` as a signed number, and a sum of 16 bits
- * wraps before it is clamped; samples of a selected channel in pixel order take the whole value.
- * Both agree for values from -32768 to 32512. The other depths clamp correctly for any value.
+ * Samples of a selected channel in pixel order take the whole of `value`; in runs
+ * (@ref dax_regions_flat) it is different:
+ * - #DAX_DEPTH_8U takes the low 16 bits of `value` as a signed number, and a sum of 16 bits wraps
+ *   before it is clamped. All forms agree for values from -32768 to 32512.
+ * - #DAX_DEPTH_16U takes the low 16 bits of the magnitude of `value` in the body of a run (blocks
+ * of 16 samples), and the whole at its ends. All forms agree for values from -65535 to 65535.
+ *
+ * The signed depths clamp correctly for any value.
  *
  * @par Reports
  * `daxAddS`, `daxadds`: @ref dax_checks_one.
@@ -1086,8 +1091,8 @@ DAX_API void daxAddS(DaxImage* srcImage, DaxImage* dstImage, int32_t value, cons
  * that 1 and `reverse` invert the image.
  *
  * @par Values beyond the depth
- * On #DAX_DEPTH_8U runs work with the low 16 bits of `value`, as told at daxAddS(); all forms
- * agree for values from -32512 to 32767. The other depths clamp correctly for any value.
+ * As told at daxAddS(). All forms agree on #DAX_DEPTH_8U for values from -32512 to 32767, and on
+ * #DAX_DEPTH_16U from -65535 to 65535. The signed depths clamp correctly for any value.
  *
  * @par Reports
  * `daxSubtractS`, `daxsubs`: @ref dax_checks_one.
@@ -1113,10 +1118,11 @@ DAX_API void daxSubtractS(DaxImage* srcImage, DaxImage* dstImage, int32_t value,
  *   negative product gives 0 and one of 255 or more gives 255; from 129 to 255, products above
  *   32767 come out as 0 there. Samples of a selected channel in pixel order use the low 32 bits of
  *   the product. From 0 to 128 all three agree.
- * - #DAX_DEPTH_16U: the body of a run (blocks of 4 samples) uses the low 16 bits of `value`; the
- *   ends store the low 16 bits of a product of 2147483648 or more, as in daxMultiply().
+ * - #DAX_DEPTH_16U: the body of a run (blocks of 4 samples) uses the low 16 bits of `value`. The
+ *   ends use the low 32 bits of the product, and store its low 16 bits if it is 2147483648 or more,
+ *   as in daxMultiply().
  *
- * The other depths clamp correctly for any value.
+ * The signed depths clamp correctly for any value.
  *
  * @par Reports
  * `daxMultiplyS`, `daxmuls`: @ref dax_checks_one.
