@@ -1,13 +1,17 @@
 #include "arith/single_rows.h"
 
+#include <type_traits>
+
 namespace {
 
 // The most negative sample has no counterpart and stays what it is.
 struct Abs {
-    template <class T> static T sample(T a, int32_t) {
-        using U = std::make_unsigned_t<T>;
-        const U sign = a < 0 ? static_cast<U>(~U{0}) : U{0};
-        return static_cast<T>(static_cast<U>(static_cast<U>(a) + sign) ^ sign);
+    template <class T, class Use> static void with(int32_t, Use use) {
+        use([](T a) {
+            using U = std::make_unsigned_t<T>;
+            const U sign = a < 0 ? static_cast<U>(~U{0}) : U{0};
+            return static_cast<T>(static_cast<U>(static_cast<U>(a) + sign) ^ sign);
+        });
     }
 };
 

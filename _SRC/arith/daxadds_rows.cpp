@@ -4,9 +4,11 @@ namespace {
 
 struct AddConstant {
     static uint32_t bits(uint32_t a, uint32_t pattern) { return a | pattern; }
-    template <class T> static T sample(T a, int32_t value) {
-        return ownClamp<T>(int64_t{a} + value);
+
+    template <class T, class Use> static void with(int32_t value, Use use) {
+        ownWithSum<T>(value, use);
     }
+
     template <class T>
     static void line(const char* src, char* dst, ptrdiff_t count, int32_t value) {
         ownSumRun<T>(src, dst, count, value);

@@ -1,6 +1,6 @@
 #include "arith/pair_rows.h"
+#include "arith/products.h"
 #include "arith/run_ends.h"
-#include "arith/saturate.h"
 
 #include <type_traits>
 
@@ -11,19 +11,20 @@ struct Multiply {
 
     template <class T> static T sample(T a, T b) { return ownSaturatedProduct(a, b); }
 
-    template <class T>
-    static void line(const char* a, const char* b, char* dst,
-                     ptrdiff_t count) requires std::is_same_v<T, uint16_t> {
-        constexpr ptrdiff_t size = sizeof(T);
-        ownSplitRun(
-            dst, count * size, size, 8,
-            [=](ptrdiff_t first, ptrdiff_t n) {
-                ownCombineRun<T>(a + first, b + first, dst + first, n / size, ownEndProduct);
-            },
-            [=](ptrdiff_t first, ptrdiff_t n) {
-                ownCombineRun<T>(a + first, b + first, dst + first, n / size,
-                                 ownSaturatedProduct<T>);
-            });
+    template <class T> static void line(const char* a, const char* b, char* dst, ptrdiff_t count) {
+        if constexpr (std::is_same_v<T, uint16_t>) {
+            constexpr ptrdiff_t size = sizeof(T);
+            ownSplitRun(
+                dst, count * size, size, 8,
+                [=](ptrdiff_t first, ptrdiff_t n) {
+                    ownCombineRun<T>(a + first, b + first, dst + first, n / size, ownEndProduct);
+                },
+                [=](ptrdiff_t first, ptrdiff_t n) {
+                    ownProductRun<T>(a + first, b + first, dst + first, n / size);
+                });
+        } else {
+            ownProductRun<T>(a, b, dst, count);
+        }
     }
 };
 

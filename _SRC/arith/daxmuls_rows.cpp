@@ -1,17 +1,24 @@
-#include "arith/saturate.h"
+#include "arith/products.h"
+#include "arith/run_ends.h"
 #include "arith/single_rows.h"
 
-#include <limits>
 #include <type_traits>
 
 namespace {
 
-// The factor is unsigned in every depth.
+// Calls use(of), of(a) being the sample times the factor, which is unsigned in every depth.
+template <class T, class Use> void withProduct(uint32_t factor, Use use) {
+    if (factor <= static_cast<uint32_t>(ownMost<T>))
+        use([lane = static_cast<T>(factor)](T a) { return ownSaturatedProduct(a, lane); });
+    else // all but 0 come to an end of the range
+        use([](T a) { return a < T{1} ? a < T{0} ? ownLeast<T> : T{0} : ownMost<T>; });
+}
+
 struct MultiplyConstant {
     static uint32_t bits(uint32_t a, uint32_t pattern) { return a & pattern; }
 
-    template <class T> static T sample(T a, int32_t value) {
-        return ownClamp<T>(int64_t{a} * static_cast<uint32_t>(value));
+    template <class T, class Use> static void with(int32_t value, Use use) {
+        withProduct<T>(static_cast<uint32_t>(value), use);
     }
 
     template <class T>
@@ -19,31 +26,34 @@ struct MultiplyConstant {
         const auto factor = static_cast<uint32_t>(value);
         if constexpr (std::is_same_v<T, uint8_t>) {
             // Blocks take 8 bits of the factor, the ends 16 and a signed product.
-            const auto lane = static_cast<uint8_t>(factor);
             const auto word = static_cast<uint16_t>(factor);
-            ownMapSplitRun<T>(
-                src, dst, count, 16,
-                [word](T a) {
-                    return ownClamp<T>(
-                        static_cast<int16_t>(static_cast<uint16_t>(uint32_t{a} * word)));
-                },
-                [lane](T a) { return ownSaturatedProduct(a, lane); });
+            split<T>(src, dst, count, 16, factor, [word](T a) {
+                return ownClamp<T>(static_cast<int16_t>(static_cast<uint16_t>(uint32_t{a} * word)));
+            });
         } else if constexpr (std::is_same_v<T, uint16_t>) {
             // Blocks take 16 bits of the factor, the ends all of it.
-            const auto lane = static_cast<uint16_t>(factor);
-            ownMapSplitRun<T>(
-                src, dst, count, 8, [factor](T a) { return ownEndProduct(a, factor); },
-                [lane](T a) { return ownSaturatedProduct(a, lane); });
+            split<T>(src, dst, count, 8, factor,
+                     [factor](T a) { return ownEndProduct(a, factor); });
+        } else if (ownHolds<T>(factor)) {
+            ownProductRun<T>(src, static_cast<T>(factor), dst, count);
         } else {
-            // A factor of the size of the range limits every sample but 0, and so does any above
-            // it.
-            using Wide = std::conditional_t<sizeof(T) == 1, int16_t,
-                                            std::conditional_t<sizeof(T) == 2, int32_t, int64_t>>;
-            constexpr auto range = static_cast<uint32_t>(std::numeric_limits<T>::max()) + 1;
-            const auto lane = static_cast<Wide>(factor < range ? factor : range);
-            ownMapRun<T>(src, dst, count,
-                         [lane](T a) { return ownClamp<T>(static_cast<Wide>(a * lane)); });
+            withProduct<T>(factor, [&](auto of) { ownMapRun<T>(src, dst, count, of); });
         }
+    }
+
+private:
+    template <class T, class Ends>
+    static void split(const char* src, char* dst, ptrdiff_t count, ptrdiff_t block, uint32_t factor,
+                      Ends ends) {
+        constexpr ptrdiff_t size = sizeof(T);
+        ownSplitRun(
+            dst, count * size, size, block,
+            [=](ptrdiff_t first, ptrdiff_t n) {
+                ownMapRun<T>(src + first, dst + first, n / size, ends);
+            },
+            [=](ptrdiff_t first, ptrdiff_t n) {
+                ownProductRun<T>(src + first, static_cast<T>(factor), dst + first, n / size);
+            });
     }
 };
 

@@ -4,9 +4,11 @@ namespace {
 
 struct SubtractConstant {
     static uint32_t bits(uint32_t a, uint32_t pattern) { return a & ~pattern; }
-    template <class T> static T sample(T a, int32_t value) {
-        return ownClamp<T>(int64_t{a} - value);
+
+    template <class T, class Use> static void with(int32_t value, Use use) {
+        ownWithSum<T>(-int64_t{value}, use);
     }
+
     template <class T>
     static void line(const char* src, char* dst, ptrdiff_t count, int32_t value) {
         ownSumRun<T>(src, dst, count, -int64_t{value});
@@ -15,9 +17,11 @@ struct SubtractConstant {
 
 struct SubtractFromConstant {
     static uint32_t bits(uint32_t a, uint32_t pattern) { return pattern & ~a; }
-    template <class T> static T sample(T a, int32_t value) {
-        return ownClamp<T>(int64_t{value} - a);
+
+    template <class T, class Use> static void with(int32_t value, Use use) {
+        ownWithDifference<T>(value, use);
     }
+
     template <class T>
     static void line(const char* src, char* dst, ptrdiff_t count, int32_t value) {
         ownDifferenceRun<T>(src, dst, count, value);

@@ -4,8 +4,9 @@ namespace {
 
 struct XorConstant {
     static uint32_t bits(uint32_t a, uint32_t pattern) { return a ^ pattern; }
-    template <class T> static T sample(T a, int32_t pattern) {
-        return static_cast<T>(a ^ static_cast<T>(pattern));
+
+    template <class T, class Use> static void with(int32_t pattern, Use use) {
+        use([lane = static_cast<T>(pattern)](T a) { return static_cast<T>(a ^ lane); });
     }
 };
 

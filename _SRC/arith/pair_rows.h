@@ -2,12 +2,13 @@
 // description gives
 //     bits(a, b)                  on bits, any number of them side by side
 //     sample<T>(a, b)             on two samples of a depth
-// and, where the two ends of a flat run differ from its middle, a line kernel of its own for the
-// depth.
+// and, for the depths where a flat run can go another way or must,
+//     line<T>(a, b, dst, count)
 #ifndef OWN_PAIR_ROWS_H
 #define OWN_PAIR_ROWS_H
 
 #include "arith/pair.h"
+#include "arith/strided.h"
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
 
@@ -34,12 +35,8 @@ void ownPairLine(const char* a, const char* b, char* dst, ptrdiff_t count) {
 template <class Op, class T>
 void ownPairStrided(const char* a, const char* b, char* dst, ptrdiff_t count, ptrdiff_t stepA,
                     ptrdiff_t stepB, ptrdiff_t stepDst) {
-    for (ptrdiff_t i = 0; i < count; ++i) {
-        *ownLanes<T>(dst) = Op::template sample<T>(*ownLanes<T>(a), *ownLanes<T>(b));
-        a += stepA;
-        b += stepB;
-        dst += stepDst;
-    }
+    ownCombineStrided<T>(a, stepA, b, stepB, dst, stepDst, count,
+                         [](T x, T y) { return Op::template sample<T>(x, y); });
 }
 
 template <class Op> void ownPairBytes(const char* a, const char* b, char* dst, ptrdiff_t count) {

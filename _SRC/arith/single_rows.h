@@ -1,7 +1,8 @@
 // For row kernels only: the table of a one-image operation, from one description of it. A
 // description gives
 //     bits(a, pattern)            on bits, any number of them side by side
-//     sample<T>(a, value)         on a sample of a depth; strided runs are made of it
+//     with<T>(value, use)         which calls use(of), of(a) being the result for a sample of a
+//     depth
 // and, for the depths where a flat run can go another way or must,
 //     line<T>(src, dst, count, value)
 #ifndef OWN_SINGLE_ROWS_H
@@ -9,6 +10,7 @@
 
 #include "arith/run_ends.h"
 #include "arith/single.h"
+#include "arith/strided.h"
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
 
@@ -44,15 +46,14 @@ void ownSingleLine(const char* src, char* dst, ptrdiff_t count, int32_t value) {
     if constexpr (requires { Op::template line<T>(src, dst, count, value); })
         Op::template line<T>(src, dst, count, value);
     else
-        ownMapRun<T>(src, dst, count, [value](T a) { return Op::template sample<T>(a, value); });
+        Op::template with<T>(value, [&](auto of) { ownMapRun<T>(src, dst, count, of); });
 }
 
 template <class Op, class T>
 void ownSingleStrided(const char* src, char* dst, ptrdiff_t count, ptrdiff_t stepSrc,
                       ptrdiff_t stepDst, int32_t value) {
-    for (ptrdiff_t i = 0; i < count; ++i)
-        *ownLanes<T>(dst + i * stepDst) =
-            Op::template sample<T>(*ownLanes<T>(src + i * stepSrc), value);
+    Op::template with<T>(value,
+                         [&](auto of) { ownMapStrided<T>(src, stepSrc, dst, stepDst, count, of); });
 }
 
 template <class Op>

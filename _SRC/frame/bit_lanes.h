@@ -35,8 +35,13 @@ inline const uint8_t* ownAlignBits(const char* src, ptrdiff_t bit, uint8_t* bloc
     const uint8_t* at = reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
     const int32_t phase = static_cast<int32_t>(bit & 7);
     if (phase == 0) return at;
+    const OwnByteShift shift(phase);
+    const auto* words = ownLanes<uint32_t>(src + (bit >> 3));
+    const auto* next = ownLanes<uint32_t>(src + (bit >> 3) + 1);
+    auto* out = ownLanes<uint32_t>(reinterpret_cast<char*>(block));
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i)
+    for (ptrdiff_t i = 0; i < count / 4; ++i) out[i] = shift(words[i], next[i]);
+    for (ptrdiff_t i = count / 4 * 4; i < count; ++i)
         block[i] = static_cast<uint8_t>(at[i] << phase | at[i + 1] >> (8 - phase));
     return block;
 }

@@ -29,6 +29,43 @@ template <class T> OwnLaneOf<T>* ownLanes(char* data) {
     return reinterpret_cast<OwnLaneOf<T>*>(data);
 }
 
+// Samples at a distance, from and to a block where they lie side by side. The distances of three
+// and four samples have loops of their own, which the compiler turns into shuffles.
+template <class T> void ownGather(const char* src, ptrdiff_t step, T* block, ptrdiff_t count) {
+    constexpr ptrdiff_t size = sizeof(T);
+    const auto* x = ownLanes<T>(src);
+    if (step == 3 * size)
+        for (ptrdiff_t i = 0; i < count; ++i) block[i] = x[i * 3];
+    else if (step == 4 * size)
+        for (ptrdiff_t i = 0; i < count; ++i) block[i] = x[i * 4];
+    else
+        for (ptrdiff_t i = 0; i < count; ++i) block[i] = *ownLanes<T>(src + i * step);
+}
+
+template <class T> void ownScatter(const T* block, char* dst, ptrdiff_t step, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; ++i) *ownLanes<T>(dst + i * step) = block[i];
+}
+
+constexpr ptrdiff_t ownStridedBlock = 256; // samples
+
+// Bytes shifted side by side in words: what a shift carries over from the neighbour is masked out.
+// Lanes of 8 bits have no shifts of their own.
+struct OwnByteShift {
+    int32_t left;
+    int32_t right;
+    uint32_t leftMask;
+    uint32_t rightMask;
+
+    // The bytes `phase` bits on, from words a byte apart.
+    explicit OwnByteShift(int32_t phase)
+        : left(phase), right(8 - phase), leftMask((0xFFu << phase & 0xFF) * 0x01010101u),
+          rightMask((0xFFu >> (8 - phase)) * 0x01010101u) {}
+
+    uint32_t operator()(uint32_t bytes, uint32_t next) const {
+        return (bytes << left & leftMask) | (next >> right & rightMask);
+    }
+};
+
 } // namespace
 
 #endif
