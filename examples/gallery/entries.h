@@ -1,0 +1,44 @@
+// What the gallery shows. An operation takes a few lines in entries.cpp.
+#ifndef EXAMPLES_GALLERY_ENTRIES_H
+#define EXAMPLES_GALLERY_ENTRIES_H
+
+#include "inputs.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+// The images of one call: its sources in order, and the result.
+struct Images {
+    std::vector<DaxImage*> sources;
+    DaxImage* result;
+    DaxImage* operator[](size_t index) const { return sources[index]; }
+};
+
+struct Entry {
+    std::string operation;
+    std::string title;
+    // The call as a C programmer writes it.
+    std::string call;
+    std::vector<DaxImage*> sources;
+    std::function<void(const Images& images)> run;
+    // Given to the sources and the result for the time of the call.
+    std::optional<DaxROI> roi = {};
+    // What the result is before the call. Without it: an image of zeroes like the first source, or,
+    // under a ROI, a copy of it, so that one sees what the call leaves alone.
+    std::function<Image()> blank = {};
+};
+
+std::vector<Entry> entriesFor(const Inputs& inputs);
+
+// A call that the library refuses.
+struct WrongCall {
+    std::string call;
+    std::string why;
+    std::function<void(DaxImage* result)> run;
+};
+
+WrongCall wrongCallFor(const Inputs& inputs);
+
+#endif

@@ -1,0 +1,63 @@
+#include "inputs.h"
+
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace {
+
+int lumaOf(const uint8_t* pixel) { return (77 * pixel[0] + 150 * pixel[1] + 29 * pixel[2]) >> 8; }
+
+} // namespace
+
+// `sample` gives the value at a channel, row and column.
+template <class Sample>
+DaxImage* Inputs::keep(const char* name, const char* note, const Make& make, Sample sample) {
+    Image image = makeImage(make);
+    std::vector<int32_t> row(static_cast<size_t>(make.width));
+    for (int32_t c = 0; c < make.channels; ++c)
+        for (int32_t y = 0; y < make.height; ++y) {
+            for (int32_t x = 0; x < make.width; ++x) row[static_cast<size_t>(x)] = sample(c, y, x);
+            setRow(image.get(), c, y, row.data());
+        }
+    all.push_back({name, note, std::move(image)});
+    return all.back().image.get();
+}
+
+Inputs::Inputs(const Picture& source) {
+    const Make wide = {source.width, source.height};
+    const Make deep = {source.width, source.height, 3, DAX_DEPTH_16U};
+    const Make plain = {source.width, source.height, 1};
+    const Make bitonal = {source.width, source.height, 1, DAX_DEPTH_1U};
+    const int offset = source.width / 6 + 1;
+    const auto at = [&](int c, int y, int x) -> int { return source.row(y)[3 * x + c]; };
+    const auto moved = [&](int x) { return (x + source.width - offset) % source.width; };
+    const auto luma = [&](int y, int x) { return lumaOf(source.row(y) + 3 * x); };
+
+    picture = keep("picture", "the picture", wide, at);
+    shifted = keep("shifted", "moved to the right by a sixth", wide,
+                   [&](int c, int y, int x) { return at(c, y, moved(x)); });
+    dimmed = keep("dimmed", "samples divided by 4", wide,
+                  [&](int c, int y, int x) { return at(c, y, x) / 4; });
+    factor = keep("factor", "samples divided by 64: 0 to 3, all but black", wide,
+                  [&](int c, int y, int x) { return at(c, y, x) / 64; });
+    picture16 = keep("picture16", "the picture in 16 bits", deep,
+                     [&](int c, int y, int x) { return at(c, y, x) * 257; });
+    shifted16 = keep("shifted16", "moved, in 16 bits", deep,
+                     [&](int c, int y, int x) { return at(c, y, moved(x)) * 257; });
+    dimmed16 = keep("dimmed16", "divided by 4, in 16 bits", deep,
+                    [&](int c, int y, int x) { return at(c, y, x) * 257 / 4; });
+    factor16 = keep("factor16", "samples 0 to 3, in 16 bits: all but black", deep,
+                    [&](int c, int y, int x) { return at(c, y, x) / 64; });
+    gray = keep("gray", "luminance", plain, [&](int, int y, int x) { return luma(y, x); });
+    bits = keep("bits", "luminance above 127, in 1 bit", bitonal,
+                [&](int, int y, int x) { return luma(y, x) > 127; });
+    shiftedBits = keep("shiftedBits", "moved, in 1 bit", bitonal,
+                       [&](int, int y, int x) { return luma(y, moved(x)) > 127; });
+}
+
+const Input& Inputs::describe(const DaxImage* image) const {
+    for (const Input& input : all)
+        if (input.image.get() == image) return input;
+    throw std::logic_error("an entry of the gallery shows an image that is no input");
+}
