@@ -266,10 +266,14 @@ void fillConstant(const DaxImage* image, Side side, const Axis& x, const Axis& y
                   const RectBuffer& buffer) {
     const auto value = static_cast<uint32_t>(image->borderConsts[side]);
     const ptrdiff_t sample = ownDepthBits(image->depth) / 8;
+    // Above and below the image rows are filled to their ends, padding included.
+    const auto samplesOfStep = static_cast<int32_t>(buffer.step * 8 / ownDepthBits(image->depth));
     for (ptrdiff_t p = 0; p < buffer.planes; ++p) {
         for (int32_t i = 0; i < y.count; ++i) {
             char* row = buffer.row(p, y.to + i);
-            if (sample == 0)
+            if (side == top || side == bottom)
+                ownFillRun(value, image->depth, row, samplesOfStep);
+            else if (sample == 0)
                 ownFillBits((value & 1) != 0, row, x.to, x.count);
             else
                 ownFillRow(sample, value, row + x.to * buffer.pixelBytes,
@@ -400,7 +404,7 @@ void ownFillRun(uint32_t value, int32_t depth, char* buffer, int32_t count) {
 
 char* ownBorderRect(DaxImage* image, int32_t x, int32_t y, int32_t width, int32_t height,
                     int32_t* step) {
-    if (image == nullptr ||
+    if (image == nullptr || width < 0 || height < 0 ||
         (image->dataOrder != DAX_DATA_PIXEL && image->dataOrder != DAX_DATA_PLANE) ||
         !ownDepthKnown(image->depth) || (image->align != 4 && image->align != 8))
         return nullptr;

@@ -57,18 +57,30 @@ void eachRun(const Runs& runs, const DaxPlaneView& a, const DaxPlaneView& b, Run
                 b.rowStart + plane * b.planeStep + row * b.rowStep);
 }
 
+// Bits that fill whole bytes of both images are samples of a byte.
+void takeBytes(Runs* runs, DaxPlaneView* a, ptrdiff_t bitA, DaxPlaneView* b, ptrdiff_t bitB) {
+    if (runs->sample != 0 || (bitA | bitB | runs->count) % 8 != 0) return;
+    runs->sample = 1;
+    runs->count /= 8;
+    a->rowStart += bitA / 8;
+    b->rowStart += bitB / 8;
+}
+
 // The rectangle that two plain images share; false when there is none, or their channels don't pair
 // up.
 bool pairRuns(const DaxImage* a, const DaxImage* b, DaxPlaneView* viewA, DaxPlaneView* viewB,
               Runs* runs) {
     ownPlaneView(a, viewA);
     ownPlaneView(b, viewB);
+    // A reporter that clears the status lets images through that don't fit.
+    if (a->depth != b->depth || a->dataOrder != b->dataOrder) return false;
     if (!ownDepthKnown(a->depth) || viewA->pixelStep != viewB->pixelStep) return false;
     if (viewB->viewHeight < viewA->viewHeight) viewA->viewHeight = viewB->viewHeight;
     if (viewB->viewWidth < viewA->viewWidth) viewA->viewWidth = viewB->viewWidth;
     const bool whole = a->dataOrder != DAX_DATA_PIXEL ||
                        (a->nChannels == b->nChannels && a->nChannels == viewA->pixelStep);
     *runs = runsOf(a, *viewA, whole);
+    takeBytes(runs, viewA, ownRoiX(a), viewB, ownRoiX(b));
     join(runs, *viewA, *viewB);
     return viewA->viewHeight > 0 && viewA->viewWidth > 0;
 }
@@ -79,8 +91,11 @@ void copyPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
     Runs runs;
     if (!pairRuns(srcImage, dstImage, &src, &dst, &runs)) return;
     if (runs.sample == 0) {
+        const auto copy = ownRows<OwnMovers>().copyBits;
+        const int32_t bitSrc = ownRoiX(srcImage);
+        const int32_t bitDst = ownRoiX(dstImage);
         eachRun(runs, src, dst, [&](const char* from, char* to) {
-            ownCopyBits(from, ownRoiX(srcImage), to, ownRoiX(dstImage), runs.count);
+            copy(from + bitSrc / 8, bitSrc % 8, to + bitDst / 8, bitDst % 8, runs.count);
         });
     } else if (runs.whole) {
         eachRun(runs, src, dst, [&](const char* from, char* to) {
@@ -95,8 +110,25 @@ void copyPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
     }
 }
 
-// Bit by bit, so that runs which share bytes come out in order.
+// By way of a block, or bit by bit where the runs share bytes, so that they come out in order.
 void swapBits(char* a, ptrdiff_t bitA, char* b, ptrdiff_t bitB, ptrdiff_t count) {
+    const ptrdiff_t bytes = count / 8 + 2;
+    char* const firstA = a + (bitA >> 3);
+    char* const firstB = b + (bitB >> 3);
+    if (firstA + bytes <= firstB || firstB + bytes <= firstA) {
+        char block[512];
+        while (count > 0) {
+            constexpr ptrdiff_t most = sizeof block * 8;
+            const ptrdiff_t share = count < most ? count : most;
+            ownCopyBits(a, bitA, block, 0, share);
+            ownCopyBits(b, bitB, a, bitA, share);
+            ownCopyBits(block, 0, b, bitB, share);
+            bitA += share;
+            bitB += share;
+            count -= share;
+        }
+        return;
+    }
     for (ptrdiff_t i = 0; i < count; ++i) {
         const bool kept = ownGetBit(a, bitA + i);
         ownPutBit(a, bitA + i, ownGetBit(b, bitB + i));
@@ -161,17 +193,27 @@ void setPlain(const DaxImage* dstImage, int32_t fillValue) {
     const bool whole =
         dstImage->dataOrder != DAX_DATA_PIXEL || dstImage->nChannels == dst.pixelStep;
     Runs runs = runsOf(dstImage, dst, whole);
+    DaxPlaneView same = dst;
+    takeBytes(&runs, &dst, ownRoiX(dstImage), &same, ownRoiX(dstImage));
     join(&runs, dst, dst);
     const auto value = static_cast<uint32_t>(clampedTo(dstImage->depth, fillValue));
+    const uint32_t bits = value != 0 ? 0xFF : 0;
     eachRun(runs, dst, dst, [&](char* at, char*) {
         if (runs.sample == 0)
             ownFillBits(value != 0, at, ownRoiX(dstImage), runs.count);
+        else if (dstImage->depth == DAX_DEPTH_1U)
+            ownFillRow8(bits, at, runs.count);
         else if (whole)
             ownFillRow(runs.sample, value, at, runs.count);
         else
             ownStridedMovers(runs.sample)
                 .fill(value, at, runs.sample * dstImage->nChannels, runs.count);
     });
+}
+
+// Past the end of the numbers a place is as far outside as at their end.
+int32_t movedPlace(int32_t offset, int32_t by) {
+    return by > INT32_MAX - offset ? INT32_MAX : offset + by;
 }
 
 // One of the two images is tiled. The walk goes over its tiles, and the region of the other's own
@@ -203,8 +245,8 @@ template <class Move> void walkOneTiled(const OwnCall& call, const OneTiled& ima
                 call.report(DAX_StatusUnknownError, images.failure);
                 return;
             }
-            roi.xOffset = plainX + x.before;
-            roi.yOffset = plainY + y.before;
+            roi.xOffset = movedPlace(plainX, x.before);
+            roi.yOffset = movedPlace(plainY, y.before);
             OwnTileView view(images.tiled, tile.data(), x, y);
             move(&view.header, images.plain);
             tile.release();
@@ -231,8 +273,8 @@ void walkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage,
                 call.report(DAX_StatusUnknownError, writeFailure);
                 return;
             }
-            const DaxROI place = {ownCoi(srcImage), ownRoiX(srcImage) + x.before,
-                                  ownRoiY(srcImage) + y.before, y.size, x.size};
+            const DaxROI place = {ownCoi(srcImage), movedPlace(ownRoiX(srcImage), x.before),
+                                  movedPlace(ownRoiY(srcImage), y.before), y.size, x.size};
             int32_t step = 0;
             OwnBuffer<char> rectangle;
             rectangle.reset(ownBorderRect(srcImage, place.xOffset, place.yOffset, place.width,
@@ -311,9 +353,11 @@ void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos)
         walkBothTiled(exchangeCall, srcImage, dstImage, tilePos,
                       [srcImage](DaxImage* tile, DaxImage* snapshot, const DaxROI& place) {
                           DaxROI* const callersRoi = srcImage->roi;
+                          DaxROI* const tileRoi = tile->roi;
                           DaxROI roi = place;
                           srcImage->roi = &roi;
                           daxCopy(tile, srcImage, nullptr);
+                          tile->roi = tileRoi; // a walk that fails doesn't put it back
                           daxCopy(snapshot, tile, nullptr);
                           srcImage->roi = callersRoi;
                       });

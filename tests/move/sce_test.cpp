@@ -1,0 +1,595 @@
+// Copy, set and exchange against plain models, sample by sample and call by call.
+
+#include "kit/platform.h"
+#include "kit/reports.h"
+#include "kit/shapes.h"
+#include "kit/tiles.h"
+
+#include "frame/border.h"
+#include "frame/planeview.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace {
+
+using kit::Image;
+using kit::Random;
+using kit::Shape;
+using Lines = std::vector<std::string>;
+
+enum Op { copy, exchange, set };
+
+constexpr Op ops[] = {copy, exchange, set};
+constexpr const char* names[] = {"daxCopy", "daxExchange", "daxSet"};
+
+void carryOut(Op op, DaxImage* src, DaxImage* dst, int32_t value, const int32_t* tilePos) {
+    if (op == copy) daxCopy(src, dst, tilePos);
+    if (op == exchange) daxExchange(src, dst, tilePos);
+    if (op == set) daxSet(dst, value, tilePos);
+}
+
+int32_t anyValue(Random& random) {
+    return random.oneOf({INT_MIN, -32769, -32768, -129, -128, -1,    0,     1,     2,     5,
+                         127,     128,    255,    256,  300,  32767, 32768, 65535, 65536, INT_MAX});
+}
+
+// Two images whose rows lie as their fields say, mostly such as fit each other.
+std::vector<Image> anyPair(Random& random) {
+    std::vector<Shape> shapes = kit::fittingShapes(random, 2);
+    if (random.chance(25)) {
+        shapes[1] = kit::anyShape(random);
+        shapes[1].depth = shapes[0].depth;
+        shapes[1].order = shapes[0].order;
+        if (shapes[0].depth == DAX_DEPTH_1U) shapes[1].channels = 1;
+        if (shapes[1].roi) shapes[1].roi->coi = random.in(0, shapes[1].channels);
+    }
+    for (Shape& shape : shapes) {
+        shape.slack = 0;
+        shape.origin = shapes[0].origin;
+    }
+    return filledImages(random, shapes);
+}
+
+struct Channels {
+    explicit Channels(const DaxImage* image)
+        : first(image->roi != nullptr && image->roi->coi != 0 ? image->roi->coi : 1),
+          count(image->roi != nullptr && image->roi->coi != 0 ? 1 : image->nChannels) {}
+    int32_t first, count;
+};
+
+DaxROI regionOf(const DaxImage* image) {
+    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
+}
+
+// Any image as an endless plane of samples: a tiled one has tiles everywhere, a plain one ends at
+// its edges.
+struct Plane {
+    Image* plain = nullptr;
+    kit::Tiles* tiled = nullptr;
+
+    bool has(int32_t x, int32_t y) const {
+        return tiled != nullptr || (x < (*plain)->width && y < (*plain)->height);
+    }
+    Image& at(int32_t& x, int32_t& y) const {
+        if (tiled == nullptr) return *plain;
+        const int32_t col = x / tiled->info.width;
+        const int32_t row = y / tiled->info.height;
+        x -= col * tiled->info.width;
+        y -= row * tiled->info.height;
+        return tiled->tile(col, row);
+    }
+    int64_t get(int32_t x, int32_t y, int32_t channel) const {
+        const Image& image = at(x, y);
+        return image.get(x, y, channel);
+    }
+    void set(int32_t x, int32_t y, int32_t channel, int64_t value) const {
+        at(x, y).set(x, y, channel, value);
+    }
+};
+
+// Moves a rectangle between two places of two planes.
+struct Rectangle {
+    int32_t srcX, srcY, dstX, dstY, width, height;
+};
+
+void moveByModel(Op op, const Plane& src, Channels from, const Plane& dst, Channels to,
+                 const Rectangle& part, int64_t value) {
+    if (op == set) from.count = to.count;
+    for (int32_t channel = 0; from.count == to.count && channel < to.count; ++channel)
+        for (int32_t y = 0; y < part.height; ++y)
+            for (int32_t x = 0; x < part.width; ++x) {
+                if (!dst.has(part.dstX + x, part.dstY + y)) continue;
+                if (op == set) {
+                    dst.set(part.dstX + x, part.dstY + y, to.first + channel, value);
+                    continue;
+                }
+                if (!src.has(part.srcX + x, part.srcY + y)) continue;
+                const int64_t sample = src.get(part.srcX + x, part.srcY + y, from.first + channel);
+                const int64_t old = dst.get(part.dstX + x, part.dstY + y, to.first + channel);
+                dst.set(part.dstX + x, part.dstY + y, to.first + channel, sample);
+                if (op == exchange)
+                    src.set(part.srcX + x, part.srcY + y, from.first + channel, old);
+            }
+}
+
+int64_t clamped(int32_t depth, int32_t value) {
+    return std::clamp<int64_t>(value, kit::leastOf(depth), kit::mostOf(depth));
+}
+
+TEST(Movers, PlainImages) {
+    kit::forEachIsa([] {
+        kit::forSeeds(3000, [](Random& random) {
+            kit::Reports reports;
+            const std::vector<Image> before = anyPair(random);
+            std::vector<Image> expected = before;
+            std::vector<Image> is = before;
+            // Rows go by the fields.
+            for (Image& image : is)
+                if (random.chance(30))
+                    image->widthStep = random.in(1, 99), image->dataSize = random.in(1, 9999);
+            const Op op = random.of(ops);
+            const int32_t value = anyValue(random);
+            const int32_t tilePos[2] = {random.in(-1, 1), random.in(-1, 1)};
+
+            const DaxROI a = regionOf(is[0]);
+            const DaxROI d = regionOf(is[1]);
+            const Rectangle part = {a.xOffset,
+                                    a.yOffset,
+                                    d.xOffset,
+                                    d.yOffset,
+                                    op == set ? d.width : std::min(a.width, d.width),
+                                    op == set ? d.height : std::min(a.height, d.height)};
+            moveByModel(op, {.plain = &expected[0]}, Channels(is[0]), {.plain = &expected[1]},
+                        Channels(is[1]), part, clamped(before[1]->depth, value));
+            carryOut(op, is[0], is[1], value, random.chance(50) ? tilePos : nullptr);
+            for (size_t i = 0; i < 2; ++i) {
+                EXPECT_EQ(byteDifference(is[i], expected[i]), "") << names[op] << " image " << i;
+                EXPECT_EQ(is[i]->roi, before[i]->roi != nullptr ? &is[i].roi : nullptr);
+            }
+            EXPECT_EQ(reports.take(), Lines());
+        });
+    });
+}
+
+// Rows that are longer than what the kernels take at once, at all phases.
+TEST(Movers, LongRuns) {
+    kit::forEachIsa([] {
+        kit::forSeeds(60, [](Random& random) {
+            const int32_t depth = random.chance(60) ? DAX_DEPTH_1U : random.of(kit::depths);
+            std::vector<Image> is;
+            for (int32_t i = 0; i < 2; ++i) {
+                Shape shape = {.depth = depth,
+                               .width = random.in(9000, 20000),
+                               .height = 2,
+                               .shift = random.in(0, 7)};
+                const int32_t x = random.in(0, 40);
+                shape.roi = DaxROI{0, x, random.in(0, 1), 1, random.in(8200, shape.width - x)};
+                is.emplace_back(shape, random);
+            }
+            std::vector<Image> expected = is;
+            const Op op = random.of(ops);
+            const Rectangle part = {is[0].roi.xOffset,
+                                    is[0].roi.yOffset,
+                                    is[1].roi.xOffset,
+                                    is[1].roi.yOffset,
+                                    op == set ? is[1].roi.width
+                                              : std::min(is[0].roi.width, is[1].roi.width),
+                                    1};
+            moveByModel(op, {.plain = &expected[0]}, Channels(is[0]), {.plain = &expected[1]},
+                        Channels(is[1]), part, 1);
+            carryOut(op, is[0], is[1], 1, nullptr);
+            EXPECT_EQ(byteDifference(is[0], expected[0]), "") << names[op];
+            EXPECT_EQ(byteDifference(is[1], expected[1]), "") << names[op];
+        });
+    });
+}
+
+// The part of a stretch that lies in one tile.
+struct Share {
+    int32_t tile, inTile, size, before;
+};
+
+std::vector<Share> sharesOf(int32_t offset, int32_t size, int32_t tileSize) {
+    std::vector<Share> shares;
+    for (int32_t at = offset; at < offset + size;) {
+        const int32_t end = std::min((at / tileSize + 1) * tileSize, offset + size);
+        shares.push_back({at / tileSize, at % tileSize, end - at, at - offset});
+        at = end;
+    }
+    return shares;
+}
+
+// What `tilePos` leaves of the columns and of the rows; false when it names no tile of them.
+bool narrow(std::vector<Share>* columns, std::vector<Share>* rows, const int32_t* tilePos,
+            int32_t tileHeight) {
+    if (tilePos == nullptr) return true;
+    const auto holds = [](const std::vector<Share>& shares, int32_t tile) {
+        return tile >= shares.front().tile && tile <= shares.back().tile;
+    };
+    if (!holds(*columns, tilePos[0]) || !holds(*rows, tilePos[1])) return false;
+    const Share firstRow = rows->front();
+    columns->resize(tilePos[0] == columns->front().tile ? 1 : 0);
+    rows->clear();
+    // The row to start from is taken from the column that is asked for.
+    for (int32_t tile = tilePos[0]; tile < firstRow.tile; ++tile)
+        rows->push_back({tile, 0, tileHeight, 0});
+    if (tilePos[0] <= firstRow.tile) rows->push_back(firstRow);
+    return true;
+}
+
+// A pair of images, at least one of them tiled, and a call on it.
+struct Scene {
+    explicit Scene(Random& random)
+        : op(random.of(ops)), pair(anyPair(random)), value(anyValue(random)),
+          cases(op == set ? 2 : random.in(1, 3)), tileSizes{
+                                                      random.in(1, 3) * 8, random.in(1, 3) * 8,
+                                                      random.in(1, 3) * 8, random.in(1, 3) * 8} {
+        for (int32_t side = 1; side < 16; side *= 2)
+            daxSetBorderMode(pair[0], random.in(0, 3), side, random.in(0, 1));
+        const DaxROI roi = regionOf(pair[1]);
+        if (random.chance(60))
+            pos = {{roi.xOffset / tileSizes[2] + (random.chance(40) ? random.in(-1, 3) : 0),
+                    roi.yOffset / tileSizes[3] + (random.chance(40) ? random.in(-1, 3) : 0)}};
+    }
+
+    bool bothTiled() const { return cases == 3; }
+    bool replacesRoi() const { return op != set && !bothTiled(); }
+
+    const Op op;
+    std::vector<Image> pair;
+    const int32_t value;
+    const int32_t cases; // 1 the source is tiled, 2 the destination, 3 both
+    const int32_t tileSizes[4];
+    std::optional<std::array<int32_t, 2>> pos;
+};
+
+// A fresh set of its images, for the call or for the model.
+struct Trial {
+    explicit Trial(const Scene& theScene, int32_t failRequest = 0)
+        : scene(theScene), images(scene.pair) {
+        log.failRequest = failRequest;
+        for (size_t i = 0; i < 2; ++i) {
+            if ((scene.cases >> i & 1) != 0)
+                tiled[i].emplace(images[i], "AD"[i], scene.tileSizes[2 * i],
+                                 scene.tileSizes[2 * i + 1], log);
+            planes[i] = {&images[i], tiled[i] ? &*tiled[i] : nullptr};
+            arguments[i] = tiled[i] ? *tiled[i] : static_cast<DaxImage*>(images[i]);
+            callersRoi[i] = arguments[i]->roi;
+        }
+    }
+
+    void call() {
+        carryOut(scene.op, arguments[0], arguments[1], scene.value,
+                 scene.pos ? scene.pos->data() : nullptr);
+    }
+
+    // The same by the model, up to a number of tiles; false when `tilePos` names none.
+    bool model(size_t tiles = SIZE_MAX) {
+        const int walked = scene.cases == 1 ? 0 : 1;
+        const DaxROI roi[] = {regionOf(arguments[0]), regionOf(arguments[1])};
+        const bool alone = scene.op == set;
+        const int32_t width = alone ? roi[1].width : std::min(roi[0].width, roi[1].width);
+        const int32_t height = alone ? roi[1].height : std::min(roi[0].height, roi[1].height);
+        const int32_t* size = &scene.tileSizes[2 * walked];
+        std::vector<Share> columns = sharesOf(roi[walked].xOffset, width, size[0]);
+        std::vector<Share> rows = sharesOf(roi[walked].yOffset, height, size[1]);
+        if (walked == 1 &&
+            !narrow(&columns, &rows, scene.pos ? scene.pos->data() : nullptr, size[1]))
+            return false;
+        const char* mode = walked == 0 && scene.op == copy ? " read " : " write ";
+        for (const Share& row : rows)
+            for (const Share& col : columns) {
+                if (tiles-- == 0) return true;
+                Rectangle part = {roi[0].xOffset + col.before,
+                                  roi[0].yOffset + row.before,
+                                  roi[1].xOffset + col.before,
+                                  roi[1].yOffset + row.before,
+                                  col.size,
+                                  row.size};
+                // A row above the region takes no more of a plain image than the region has.
+                if (scene.replacesRoi()) part.height = std::min(part.height, height);
+                (walked == 0 ? part.srcX : part.dstX) = col.tile * size[0] + col.inTile;
+                (walked == 0 ? part.srcY : part.dstY) = row.tile * size[1] + row.inTile;
+                ask("AD"[walked], mode, col, row);
+                if (scene.bothTiled())
+                    moveThroughCopy(part);
+                else
+                    moveByModel(scene.op, planes[0], Channels(arguments[0]), planes[1],
+                                Channels(arguments[1]), part,
+                                clamped(scene.pair[1]->depth, scene.value));
+                ask("AD"[walked], " release ", col, row);
+            }
+        return true;
+    }
+
+    // The source's rectangle is read as a whole, with what lies beyond the image, before anything
+    // is written.
+    void moveThroughCopy(const Rectangle& part) {
+        Shape shape = scene.pair[0].shape();
+        loose |= part.srcX + part.width > shape.width || part.srcY + part.height > shape.height;
+        shape.width = part.width;
+        shape.height = part.height;
+        Image rectangle(shape);
+        Image now = tiled[0]->gathered();
+        for (int32_t c = 1; c <= shape.channels; ++c)
+            for (int32_t y = 0; y < part.height; ++y)
+                for (int32_t x = 0; x < part.width; ++x)
+                    rectangle.set(x, y, c, ownBorderPixel(now, part.srcX + x, part.srcY + y, c));
+        onSource(part, " read ");
+        const Channels from(arguments[0]);
+        const Channels to(arguments[1]);
+        if (scene.op == exchange) {
+            onSource(part, " write ");
+            moveByModel(copy, planes[1], to, planes[0], from,
+                        {part.dstX, part.dstY, part.srcX, part.srcY, part.width, part.height}, 0);
+        }
+        moveByModel(copy, {&rectangle}, from, planes[1], to,
+                    {0, 0, part.dstX, part.dstY, part.width, part.height}, 0);
+    }
+
+    void onSource(const Rectangle& part, const char* mode) {
+        for (const Share& row : sharesOf(part.srcY, part.height, scene.tileSizes[1]))
+            for (const Share& col : sharesOf(part.srcX, part.width, scene.tileSizes[0])) {
+                ask('A', mode, col, row);
+                ask('A', " release ", col, row);
+            }
+    }
+
+    void ask(char image, const char* mode, const Share& col, const Share& row) {
+        log.lines.push_back(image + (mode + std::to_string(col.tile)) + "," +
+                            std::to_string(row.tile));
+    }
+
+    // Which tiles are read for what lies beyond the source isn't laid down: then only the
+    // destination's lines count.
+    Lines lines(bool onlyDestination) const {
+        Lines all = log.lines;
+        if (onlyDestination)
+            std::erase_if(all, [](const std::string& line) { return line[0] == 'A'; });
+        return all;
+    }
+
+    const Scene& scene;
+    std::vector<Image> images;
+    kit::TileLog log;
+    std::optional<kit::Tiles> tiled[2];
+    Plane planes[2];
+    DaxImage* arguments[2];
+    DaxROI* callersRoi[2];
+    bool loose = false;
+};
+
+// All bytes of an image, those of its edge tiles beyond the image and of the tiles behind them
+// included.
+void expectSame(Trial& is, Trial& expected, size_t i) {
+    SCOPED_TRACE(std::string("image ") + "AD"[i] + " of " + names[is.scene.op]);
+    if (!is.tiled[i]) {
+        EXPECT_EQ(byteDifference(is.images[i], expected.images[i]), "");
+        return;
+    }
+    const DaxROI roi = regionOf(is.images[i]);
+    for (int32_t row = 0; row <= (roi.yOffset + roi.height) / is.tiled[i]->info.height; ++row)
+        for (int32_t col = 0; col <= (roi.xOffset + roi.width) / is.tiled[i]->info.width; ++col)
+            EXPECT_EQ(
+                byteDifference(is.tiled[i]->tile(col, row), expected.tiled[i]->tile(col, row)), "")
+                << "tile " << col << "," << row;
+}
+
+TEST(Movers, TiledImages) {
+    kit::forSeeds(1500, [](Random& random) {
+        kit::Reports reports;
+        const Scene scene(random);
+        Trial is(scene);
+        Trial expected(scene);
+        const bool named = expected.model();
+        is.call();
+        EXPECT_EQ(is.lines(expected.loose), expected.lines(expected.loose));
+        EXPECT_EQ(reports.take(), Lines());
+        for (size_t i = 0; i < 2; ++i) {
+            expectSame(is, expected, i);
+            const bool left = !named && i == 0 && scene.replacesRoi();
+            EXPECT_EQ(is.arguments[i]->roi == is.callersRoi[i], !left);
+        }
+    });
+}
+
+// A request that fails ends the call where it stands: what is done stays, and the region of a plain
+// image isn't put back. When a source that is tiled like the destination fails while it is read,
+// nothing is told.
+TEST(Movers, TilesThatCantBeHad) {
+    kit::forSeeds(150, [](Random& random) {
+        kit::Reports reports;
+        const kit::StandIn platform;
+        const Scene scene(random);
+        const char walked = scene.cases == 1 ? 'A' : 'D';
+        const std::string failure = std::string("-2 ") + names[scene.op] +
+                                    " daxSCE Error get tile to " +
+                                    (walked == 'A' ? "read" : "write");
+        Trial whole(scene);
+        whole.call();
+        Lines lines;
+        size_t tiles = 0;
+        int32_t n = 0;
+        for (const std::string& line : whole.log.lines) {
+            lines.push_back(line);
+            const bool release = line.find("release") != std::string::npos;
+            tiles += release && line[0] == walked ? 1 : 0;
+            if (release || ++n > 30) continue;
+            SCOPED_TRACE("failing: " + line);
+            Trial is(scene, n);
+            Trial expected(scene);
+            expected.model(tiles);
+            is.call();
+            expectSame(is, expected, 1);
+            EXPECT_EQ(is.arguments[walked == 'A']->roi == is.callersRoi[walked == 'A'],
+                      !scene.replacesRoi());
+            EXPECT_EQ(platform.live(), 0u);
+            if (line[0] == walked || line[2] == 'r') {
+                EXPECT_EQ(is.log.lines, lines);
+                EXPECT_EQ(reports.take(), line[0] == walked ? Lines{failure} : Lines());
+                expectSame(is, expected, 0);
+                continue;
+            }
+            // The copy back to the source fails: its tile of the destination still goes, and the
+            // next one is the last.
+            EXPECT_EQ(reports.take(), Lines{"-2 daxCopy daxSCE Error get tile to write"});
+            ASSERT_GT(is.log.lines.size(), lines.size());
+            EXPECT_TRUE(std::equal(lines.begin(), lines.end(), is.log.lines.begin()));
+            const auto rest = is.log.lines.begin() + static_cast<ptrdiff_t>(lines.size());
+            EXPECT_EQ(rest->substr(0, 9), "D release");
+            EXPECT_EQ(std::count_if(rest, is.log.lines.end(),
+                                    [](const std::string& l) { return l[2] == 'w'; }),
+                      is.log.lines.end() - rest > 1 ? 1 : 0);
+        }
+    });
+}
+
+TEST(Movers, NoMemoryForTheCopyIsSilent) {
+    kit::Reports reports;
+    const Image image(Shape{.width = 20, .height = 8});
+    for (const Op op : {copy, exchange}) {
+        kit::TileLog log;
+        kit::Tiles src(image, 'A', 8, 8, log);
+        kit::Tiles dst(image, 'D', 8, 8, log);
+        kit::StandIn platform;
+        platform.failRequest = 2;
+        carryOut(op, src, dst, 0, nullptr);
+        EXPECT_EQ(log.lines.back(), "D write 1,0");
+        EXPECT_EQ(reports.take(), Lines());
+        EXPECT_EQ(platform.live(), 0u);
+    }
+}
+
+TEST(Movers, BadArgumentsAreReportedAndNothingIsWritten) {
+    kit::Reports reports;
+    Image src(Shape{.width = 5, .height = 5});
+    Image dst(Shape{.width = 5, .height = 5});
+    for (size_t i = 0; i < dst.size(); ++i) src.data()[i] = 7;
+    const Image before = dst;
+    const std::string depth = "srcImage->depth != dstImage->depth";
+    const std::string order = "srcImage->dataOrder != dstImage->dataOrder";
+    const std::string origin = "srcImage->origin != dstImage->origin";
+    for (const Op op : {copy, exchange}) {
+        const std::string head = std::string("-5 ") + names[op] + " daxSCE ";
+        for (uint32_t set = 1; set < 8; ++set) {
+            src->depth = (set & 1) != 0 ? DAX_DEPTH_8S : DAX_DEPTH_8U;
+            src->dataOrder = (set & 2) != 0 ? DAX_DATA_PLANE : DAX_DATA_PIXEL;
+            src->origin = set >> 2;
+            carryOut(op, src, dst, 0, nullptr);
+            Lines expected;
+            if ((set & 1) != 0) expected.push_back(head + depth);
+            if ((set & 2) != 0) expected.push_back(head + order);
+            if ((set & 4) != 0) expected.push_back(head + origin);
+            EXPECT_EQ(reports.take(), expected);
+        }
+        src->align = dst->align = 3;
+        carryOut(op, src, dst, 0, nullptr);
+        src->align = 4;
+        carryOut(op, src, dst, 0, nullptr);
+        dst->align = 4;
+        carryOut(op, nullptr, nullptr, 0, nullptr);
+        std::string bad = "Image align is invalid";
+        std::string null = "Image header is null";
+        bad.resize(70, ' ');
+        null.resize(70, ' ');
+        EXPECT_EQ(reports.take(),
+                  (Lines{head + bad + "\n", head + bad + "\n", head + null + "\n"}));
+        // Each image has a line of its own in the module.
+        const auto at = reports.lines.end() - 3;
+        EXPECT_TRUE(at[0] == at[2] && at[0] != at[1]);
+        src->depth = DAX_DEPTH_8U;
+        src->dataOrder = DAX_DATA_PIXEL;
+        src->origin = 0;
+    }
+    EXPECT_EQ(byteDifference(dst, before), "");
+}
+
+TEST(Movers, AStatusFromEarlierStopsAllButSet) {
+    kit::Reports reports;
+    Random random(1);
+    Image a(Shape{.width = 9, .height = 3}, random);
+    Image d(Shape{.width = 9, .height = 3}, random);
+    const Image before[] = {a, d};
+    kit::TileLog log;
+    kit::Tiles tiled(d, 'D', 8, 8, log);
+    daxSetErrStatus(DAX_StatusInternalError);
+    for (const Op op : {copy, exchange})
+        for (DaxImage* dst : {static_cast<DaxImage*>(d), static_cast<DaxImage*>(tiled)})
+            carryOut(op, a, dst, 0, nullptr);
+    EXPECT_EQ(byteDifference(a, before[0]) + byteDifference(d, before[1]), "");
+    EXPECT_EQ(log.lines, Lines());
+    daxSet(d, 300, nullptr);
+    daxSet(tiled, -3, nullptr);
+    EXPECT_EQ(d.get(8, 2, 1), 255);
+    EXPECT_EQ(tiled.tile(1, 0).get(0, 2, 1), 0);
+    EXPECT_EQ(daxGetErrStatus(), DAX_StatusInternalError);
+    EXPECT_EQ(reports.take(), Lines());
+}
+
+// A reporter may clear the status; images that don't fit are left alone all the same.
+TEST(Movers, AReporterThatClearsTheStatus) {
+    kit::Reports reports;
+    daxRedirectError([](DaxStatus status, const char*, const char*, const char*, int32_t) {
+        daxSetErrStatus(DAX_StatusNoError);
+        return status;
+    });
+    Random random(1);
+    Image wide(Shape{.depth = DAX_DEPTH_32S, .width = 30, .height = 3}, random);
+    Image narrow(Shape{.depth = DAX_DEPTH_1U, .width = 30, .height = 3}, random);
+    Image planes(Shape{.channels = 3, .width = 10, .height = 3, .order = DAX_DATA_PLANE}, random);
+    Image pixels(Shape{.channels = 3, .width = 10, .height = 3}, random);
+    const Image before[] = {wide, narrow, planes, pixels};
+    for (const Op op : {copy, exchange}) {
+        carryOut(op, wide, narrow, 0, nullptr);
+        carryOut(op, narrow, wide, 0, nullptr);
+        carryOut(op, planes, pixels, 0, nullptr);
+        carryOut(op, pixels, planes, 0, nullptr);
+    }
+    EXPECT_EQ(byteDifference(wide, before[0]) + byteDifference(narrow, before[1]), "");
+    EXPECT_EQ(byteDifference(planes, before[2]) + byteDifference(pixels, before[3]), "");
+}
+
+// Regions that begin as far out as the record can say.
+TEST(Movers, RegionsAtTheEndOfTheNumbers) {
+    kit::Reports reports;
+    Random random(1);
+    Image plain(Shape{.width = 20, .height = 20, .roi = DaxROI{0, INT_MAX, INT_MAX, 20, 20}},
+                random);
+    Image other(
+        Shape{.width = 20, .height = 20, .roi = DaxROI{0, INT_MAX - 3, 2, INT_MAX, INT_MAX}},
+        random);
+    const Image before = plain;
+    kit::TileLog log;
+    kit::Tiles tiled(Image(Shape{.width = 20, .height = 20}, random), 'T', 8, 8, log);
+    kit::Tiles second(Image(Shape{.width = 20, .height = 20}, random), 'U', 8, 8, log);
+    second.header.roi = &plain.roi;
+    for (const Op op : {copy, exchange}) {
+        carryOut(op, plain, tiled, 0, nullptr);
+        carryOut(op, tiled, plain, 0, nullptr);
+        carryOut(op, plain, other, 0, nullptr);
+    }
+    daxCopy(second, tiled, nullptr);
+    daxSet(plain, 9, nullptr);
+    EXPECT_EQ(byteDifference(plain, before), "");
+    EXPECT_EQ(log.requests, log.releases);
+    EXPECT_EQ(reports.take(), Lines());
+}
+
+TEST(Movers, AddressesOfSamples) {
+    kit::forSeeds(200, [](Random& random) {
+        Shape shape = kit::anyShape(random);
+        shape.slack = 0;
+        Image image(shape, random);
+        const int32_t x = random.in(0, shape.width - 1);
+        const int32_t y = random.in(0, shape.height - 1);
+        const int32_t channel = random.in(1, shape.channels);
+        const int64_t expected = image.get(x, y, channel);
+        image->widthStep = random.in(1, 99);
+        const auto* at = reinterpret_cast<const uint8_t*>(ownPixelAddress(image, x, y, channel));
+        EXPECT_EQ(kit::readSample(at, shape.depth, x), expected);
+    });
+}
+
+} // namespace
