@@ -26,23 +26,43 @@ inline void ownMergeBits(char* dst, int32_t phase, ptrdiff_t count, uint32_t bit
     *dst = static_cast<char>(kept | (bits >> phase & mask));
 }
 
+// `count` whole bytes of bits from a bit position on, which is not at a byte, into other memory, in
+// steps of `step` bytes. The last step overlaps the one before rather than leave a rest.
+template <ptrdiff_t step>
+void ownShiftSteps(const char* at, const OwnByteShift& shift, char* dst, ptrdiff_t count) {
+    const auto take = [&](ptrdiff_t first) {
+        const auto* words = ownLanes<uint64_t>(at + first);
+        const auto* next = ownLanes<uint64_t>(at + first + 1);
+        auto* out = ownLanes<uint64_t>(dst + first);
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = 0; i < step / 8; ++i) out[i] = shift(words[i], next[i]);
+    };
+    for (ptrdiff_t first = 0; first + step < count; first += step) take(first);
+    take(count - step);
+}
+
+inline void ownShiftBits(const char* src, ptrdiff_t bit, char* dst, ptrdiff_t count) {
+    const char* at = src + (bit >> 3);
+    const int32_t phase = static_cast<int32_t>(bit & 7);
+    const OwnByteShift shift(phase);
+    if (count >= 32) {
+        ownShiftSteps<32>(at, shift, dst, count);
+    } else if (count >= 8) {
+        ownShiftSteps<8>(at, shift, dst, count);
+    } else {
+        for (ptrdiff_t i = 0; i < count; ++i)
+            dst[i] = static_cast<char>(static_cast<uint8_t>(at[i]) << phase |
+                                       static_cast<uint8_t>(at[i + 1]) >> (8 - phase));
+    }
+}
+
 constexpr ptrdiff_t ownBitBlock = 1024; // bytes
 
-// `count` whole bytes of bits from a bit position on: where they lie if that is at a byte, else a
-// copy in `block`.
+// The same where the bytes lie if the position is at a byte, else in a copy in `block`.
 inline const uint8_t* ownAlignBits(const char* src, ptrdiff_t bit, uint8_t* block,
                                    ptrdiff_t count) {
-    const uint8_t* at = reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
-    const int32_t phase = static_cast<int32_t>(bit & 7);
-    if (phase == 0) return at;
-    const OwnByteShift shift(phase);
-    const auto* words = ownLanes<uint32_t>(src + (bit >> 3));
-    const auto* next = ownLanes<uint32_t>(src + (bit >> 3) + 1);
-    auto* out = ownLanes<uint32_t>(reinterpret_cast<char*>(block));
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count / 4; ++i) out[i] = shift(words[i], next[i]);
-    for (ptrdiff_t i = count / 4 * 4; i < count; ++i)
-        block[i] = static_cast<uint8_t>(at[i] << phase | at[i + 1] >> (8 - phase));
+    if ((bit & 7) == 0) return reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
+    ownShiftBits(src, bit, reinterpret_cast<char*>(block), count);
     return block;
 }
 

@@ -53,15 +53,15 @@ constexpr ptrdiff_t ownStridedBlock = 256; // samples
 struct OwnByteShift {
     int32_t left;
     int32_t right;
-    uint32_t leftMask;
-    uint32_t rightMask;
+    uint64_t leftMask;
+    uint64_t rightMask;
 
-    // The bytes `phase` bits on, from words a byte apart.
+    // Gives the bytes `phase` bits on, from words a byte apart.
     explicit OwnByteShift(int32_t phase)
-        : left(phase), right(8 - phase), leftMask((0xFFu << phase & 0xFF) * 0x01010101u),
-          rightMask((0xFFu >> (8 - phase)) * 0x01010101u) {}
+        : left(phase), right(8 - phase), leftMask((0xFFu << phase & 0xFF) * 0x0101010101010101u),
+          rightMask((0xFFu >> (8 - phase)) * 0x0101010101010101u) {}
 
-    uint32_t operator()(uint32_t bytes, uint32_t next) const {
+    uint64_t operator()(uint64_t bytes, uint64_t next) const {
         return (bytes << left & leftMask) | (next >> right & rightMask);
     }
 };

@@ -22,8 +22,20 @@ template <class T> void fillRun(uint32_t value, char* dst, ptrdiff_t count) {
 }
 
 void copyBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
-    ownBitRun<1>({src}, {bitSrc}, dst, bitDst, count,
-                 [](const uint8_t* const* at, ptrdiff_t i) { return uint32_t{at[0][i]}; });
+    ptrdiff_t from = bitSrc;
+    if (bitDst != 0) {
+        const ptrdiff_t head = count < 8 - bitDst ? count : 8 - bitDst;
+        ownMergeBits(dst++, bitDst, head, ownFetchBits(src, from, head));
+        from += head;
+        count -= head;
+    }
+    const ptrdiff_t bytes = count / 8;
+    if ((from & 7) == 0)
+        memcpy(dst, src + (from >> 3), static_cast<size_t>(bytes));
+    else if (bytes > 0)
+        ownShiftBits(src, from, dst, bytes);
+    if (count % 8 > 0)
+        ownMergeBits(dst + bytes, 0, count % 8, ownFetchBits(src, from + bytes * 8, count % 8));
 }
 
 template <class T>
