@@ -20,6 +20,19 @@ bool allSameGeometry(DaxImage* const* images, int32_t count) {
     return true;
 }
 
+// Row starts that go by other numbers than the row steps, and strides that differ, can lead
+// outside.
+bool leavesBlocks(const OwnRuns& runs) {
+    bool leaves = false;
+    for (int32_t i = 0; i < runs.images; ++i) {
+        const ptrdiff_t last = (runs.planes - 1) * runs.planeStep[i] +
+                               (runs.rows - 1) * runs.rowStep[i] +
+                               (runs.count - 1) * runs.sampleStep[i];
+        leaves = leaves || runs.end[i] - runs.start[i] < last + runs.sampleBytes;
+    }
+    return leaves;
+}
+
 } // namespace
 
 bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
@@ -27,6 +40,7 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     const ptrdiff_t sample = ownSampleBytes(dst->depth);
     *runs = {};
     runs->images = count;
+    runs->sampleBytes = sample;
     runs->rows = 1;
     runs->planes = 1;
     for (int32_t i = 0; i < count; ++i) {
@@ -54,7 +68,7 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
         runs->start[i] += offset;
         runs->rowStep[i] = image->widthStep / sample * sample;
         runs->planeStep[i] = runs->rowStep[i] * image->height;
-        runs->sampleStep[i] = image->nChannels * sample;
+        runs->sampleStep[i] = sample;
         wholePixels = wholePixels && channels == image->nChannels;
         oneChannel = oneChannel && image->roi != nullptr && image->roi->coi != 0;
     }
@@ -66,16 +80,17 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     runs->count = contiguous ? width * height : width;
     runs->rows = contiguous ? 1 : height;
 
-    if (dst->dataOrder != DAX_DATA_PIXEL) {
-        if (oneChannel) return true;
-        runs->planes = channels;
-        return wholePixels;
+    const bool planes = dst->dataOrder != DAX_DATA_PIXEL;
+    if (!wholePixels && !oneChannel) return false;
+    if (planes && !oneChannel) runs->planes = channels;
+    if (!planes && !wholePixels) {
+        // A run ends when the first source's position reaches its length.
+        runs->strided = true;
+        runs->count = (runs->count + images[0]->nChannels - 1) / images[0]->nChannels;
+        for (int32_t i = 0; i < count; ++i) runs->sampleStep[i] = images[i]->nChannels * sample;
     }
-    if (wholePixels) return true;
-    // A run ends when the first source's position reaches its length.
-    runs->strided = true;
-    runs->count = (runs->count + images[0]->nChannels - 1) / images[0]->nChannels;
-    return oneChannel;
+    runs->leaves = leavesBlocks(*runs);
+    return true;
 }
 
 bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
@@ -83,6 +98,7 @@ bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     const bool pixels = images[0]->dataOrder == DAX_DATA_PIXEL;
     *runs = {};
     runs->images = count;
+    runs->sampleBytes = sample;
     runs->planes = 1;
     int32_t coi[3] = {};
     ptrdiff_t width = PTRDIFF_MAX;
@@ -124,6 +140,9 @@ bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
         runs->count *= runs->rows;
         runs->rows = 1;
     }
+    if (!runs->strided)
+        for (int32_t i = 0; i < count; ++i) runs->sampleStep[i] = sample;
+    runs->leaves = leavesBlocks(*runs);
     return true;
 }
 
@@ -153,9 +172,8 @@ bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) 
 ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at) {
     ptrdiff_t count = runs.count;
     for (int32_t i = 0; i < runs.images; ++i) {
-        // A sample is as wide as its image's step through its channels, or narrower.
-        const ptrdiff_t inside =
-            (runs.end[i] - at[i] + runs.sampleStep[i] - 1) / runs.sampleStep[i];
+        const ptrdiff_t room = runs.end[i] - at[i] - runs.sampleBytes;
+        const ptrdiff_t inside = room < 0 ? 0 : room / runs.sampleStep[i] + 1;
         if (inside < count) count = inside;
     }
     return count;

@@ -14,11 +14,13 @@ struct OwnRuns {
     const char* end[3];      // the end of the image's block
     ptrdiff_t rowStep[3];    // bytes
     ptrdiff_t planeStep[3];  // bytes
-    ptrdiff_t sampleStep[3]; // bytes; of use in strided runs
-    ptrdiff_t count;         // samples of a run
+    ptrdiff_t sampleStep[3]; // bytes
+    ptrdiff_t sampleBytes;
+    ptrdiff_t count; // samples of a run
     ptrdiff_t rows;
     ptrdiff_t planes;
     bool strided;
+    bool leaves; // a run leaves an image's block and is to be cut
 };
 
 // The walk of the sample-by-sample operations on depths of 8 bits and more: one flat run over
@@ -55,7 +57,7 @@ template <class Run> void ownEachRun(const OwnRuns& runs, Run run) {
     for (ptrdiff_t p = 0; p < runs.planes; ++p) {
         char* at[3] = {plane[0], plane[1], plane[2]};
         for (ptrdiff_t row = 0; row < runs.rows; ++row) {
-            const ptrdiff_t count = runs.strided ? ownSamplesInside(runs, at) : runs.count;
+            const ptrdiff_t count = runs.leaves ? ownSamplesInside(runs, at) : runs.count;
             if (count > 0) run(at, count);
             for (int32_t i = 0; i < runs.images; ++i) at[i] += runs.rowStep[i];
         }
