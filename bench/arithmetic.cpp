@@ -1,8 +1,6 @@
-// Sample by sample on two images.
+// Sample by sample, on two images or on one and a constant.
 
 #include "peers.h"
-
-#include <array>
 
 namespace bench {
 
@@ -10,138 +8,91 @@ namespace {
 
 using Call = void (*)(Images& images);
 
-// What the other libraries have for one operation; null where they have nothing.
-struct Rivals {
-    void (*yuv)(Images& images) = nullptr;
-    const char* yuvNote = "";
-    bool yuvAgrees = true;
-#if DAX_PEER_LEPT
-    using OnPix = Pix* (*)(Pix* to, Pix* a, Pix* b);
-    OnPix bits = nullptr;
-    OnPix gray = nullptr;
-#endif
-#if DAX_PEER_VIPS
-    VipsImage* (*vips)(VipsImage* a, VipsImage* b) = nullptr;
-#endif
-};
-
-#if DAX_PEER_YUV
-// Four bytes of a run as one pixel.
-template <auto function> void onArgb(Images& i) {
-    function(i.data(0), i.step(0), i.data(1), i.step(1), i.data(2), i.step(2), i.width(2) / 4,
-             i.height(2));
-}
-#endif
-
-#if DAX_PEER_LEPT
-template <auto function> Pix* onPix(Pix* to, Pix* a, Pix* b) { return function(to, a, b); }
-
-Peer leptonica(Rivals::OnPix function) {
-    return {.name = "leptonica", .prepare = [function](Images& i) -> Task {
-                const std::array pix = {pixOver(i, 0), pixOver(i, 1), pixOver(i, 2)};
-                return [=] { function(pix[2].get(), pix[0].get(), pix[1].get()); };
-            }};
-}
-#endif
-
-#if DAX_PEER_VIPS
-template <auto function> VipsImage* onVips(VipsImage* a, VipsImage* b) {
-    VipsImage* result = nullptr;
-    return function(a, b, &result, nullptr) == 0 ? result : nullptr;
-}
-#endif
-
-std::vector<Peer> peersFor([[maybe_unused]] const Form& form,
-                           [[maybe_unused]] const Rivals& rivals) {
-    std::vector<Peer> peers;
-    if (form.coi != 0) return peers;
-#if DAX_PEER_YUV
-    if (form.depth == DAX_DEPTH_8U && rivals.yuv != nullptr)
-        peers.push_back({.name = "libyuv",
-                         .prepare = each(rivals.yuv),
-                         .agrees = rivals.yuvAgrees,
-                         .note = rivals.yuvNote});
-#endif
-#if DAX_PEER_LEPT
-    if (form.depth == DAX_DEPTH_1U && rivals.bits != nullptr)
-        peers.push_back(leptonica(rivals.bits));
-    if ((form.depth == DAX_DEPTH_8U || form.depth == DAX_DEPTH_16U) && rivals.gray != nullptr)
-        peers.push_back(leptonica(rivals.gray));
-#endif
-#if DAX_PEER_VIPS
-    if ((form.depth == DAX_DEPTH_8U || form.depth == DAX_DEPTH_32S) && rivals.vips != nullptr)
-        peers.push_back({.name = "libvips",
-                         .prepare = [make = rivals.vips](Images& i) -> Task {
-                             return [make, a = vipsOver(i, 0), b = vipsOver(i, 1)] {
-                                 vipsRun(make, a.get(), b.get());
-                             };
-                         },
-                         .agrees = false,
-                         .note = "widens 8 bits to 16 and wraps in 32"});
-#endif
-    return peers;
-}
-
-void addPair(const char* name, Call call, const Rivals& rivals) {
+void addForms(const char* name, size_t sources, Call call, const Offers& offers = {}) {
     for (const std::vector<Form>& forms : {plainForms(), stridedForms()})
-        for (const Form& form : forms)
+        for (const Form& form : forms) {
+            std::vector<Use> images(sources, read(form));
+            images.push_back(write(form));
             add({.operation = name,
-                 .images = {read(form), read(form), write(form)},
+                 .images = images,
                  .prepare = each(call),
-                 .peers = peersFor(form, rivals)});
+                 .peers = peersFor(form, offers)});
+        }
+}
+
+void pair(const char* name, Call call, const Offers& offers) { addForms(name, 2, call, offers); }
+void single(const char* name, Call call, const Offers& offers = {}) {
+    addForms(name, 1, call, offers);
+}
+
+[[maybe_unused]] constexpr const char* widens = "widens 8 bits to 16 and wraps in 32";
+
+void addTwoImages() {
+    pair("daxAdd", [](Images& i) { daxAdd(i[0], i[1], i[2], nullptr); },
+         {BENCH_YUV(onArgb<libyuv::ARGBAdd>()), BENCH_LEPT(onTwoPix<pixOr>({u1})),
+          BENCH_LEPT(onTwoPix<pixAddGray>({u8, u16})),
+          BENCH_VIPS(onTwoVips<vips_add>({u8, s32}, widens))});
+    // In place: one image less to move.
+    const Form bytes;
+    const Offers inPlace = {BENCH_PIXMAN(onMasks([](pixman_image_t* const* m, int w, int h) {
+        pixman_image_composite32(PIXMAN_OP_ADD, m[0], nullptr, m[1], 0, 0, 0, 0, 0, 0, w, h);
+    }))};
+    add({.operation = "daxAdd",
+         .images = {read(bytes), update(bytes)},
+         .prepare = each([](Images& i) { daxAdd(i[0], i[1], i[1], nullptr); }),
+         .peers = peersFor(bytes, inPlace),
+         .variant = "8U-in-place"});
+
+    pair("daxSubtract", [](Images& i) { daxSubtract(i[0], i[1], i[2], 0, nullptr); },
+         {BENCH_YUV(onArgb<libyuv::ARGBSubtract>()), BENCH_LEPT(onTwoPix<pixSubtract>({u1})),
+          BENCH_LEPT(onTwoPix<pixSubtractGray>({u8, u16})),
+          BENCH_VIPS(onTwoVips<vips_subtract>({u8, s32}, widens))});
+    pair("daxMultiply", [](Images& i) { daxMultiply(i[0], i[1], i[2], nullptr); },
+         {BENCH_YUV(unlike(onArgb<libyuv::ARGBMultiply>(), "divides the product by 255")),
+          BENCH_LEPT(onTwoPix<pixAnd>({u1})),
+          BENCH_VIPS(onTwoVips<vips_multiply>({u8, s32}, widens))});
+}
+
+void addLogic() {
+    pair("daxAnd", [](Images& i) { daxAnd(i[0], i[1], i[2], nullptr); },
+         {BENCH_LEPT(onTwoPix<pixAnd>({u1, u8, u16, s32})),
+          BENCH_VIPS(onTwoVips<vips_andimage>({u8, u16, s32}))});
+    pair("daxOr", [](Images& i) { daxOr(i[0], i[1], i[2], nullptr); },
+         {BENCH_LEPT(onTwoPix<pixOr>({u1, u8, u16, s32})),
+          BENCH_VIPS(onTwoVips<vips_orimage>({u8, u16, s32}))});
+    pair("daxXor", [](Images& i) { daxXor(i[0], i[1], i[2], nullptr); },
+         {BENCH_LEPT(onTwoPix<pixXor>({u1, u8, u16, s32})),
+          BENCH_VIPS(onTwoVips<vips_eorimage>({u8, u16, s32}))});
+}
+
+void addConstants() {
+    single("daxAddS", [](Images& i) { daxAddS(i[0], i[1], 37, nullptr); });
+    single("daxSubtractS", [](Images& i) { daxSubtractS(i[0], i[1], 37, 0, nullptr); });
+    single("daxMultiplyS", [](Images& i) { daxMultiplyS(i[0], i[1], 3, nullptr); });
+    single("daxSquare", [](Images& i) { daxSquare(i[0], i[1], nullptr); });
+    single("daxAbs", [](Images& i) { daxAbs(i[0], i[1], nullptr); },
+           {BENCH_VIPS(onOneVips<vips_abs>({s8, s16, s32}))});
+    single("daxNot", [](Images& i) { daxNot(i[0], i[1], nullptr); },
+           {BENCH_LEPT(onPix({u1, u8, u16, s32}, [](Pix* const* p) { pixInvert(p[1], p[0]); })),
+            BENCH_VIPS(onOneVips<vips_invert>({u8, u16}))});
+    single("daxAndS", [](Images& i) { daxAndS(i[0], i[1], 0x5A5A5A5A, nullptr); },
+           {BENCH_VIPS(onOneVips<vips_andimage_const1, 0x5A>({u8, u16, s32}))});
+    single("daxOrS", [](Images& i) { daxOrS(i[0], i[1], 0x5A5A5A5A, nullptr); },
+           {BENCH_VIPS(onOneVips<vips_orimage_const1, 0x5A>({u8, u16, s32}))});
+    single("daxXorS", [](Images& i) { daxXorS(i[0], i[1], 0x5A5A5A5A, nullptr); },
+           {BENCH_VIPS(onOneVips<vips_eorimage_const1, 0x5A>({u8, u16, s32}))});
+    single("daxLShiftS", [](Images& i) { daxLShiftS(i[0], i[1], 2, nullptr); },
+           {BENCH_VIPS(onOneVips<vips_lshift_const1, 2>({u8, u16, s32}))});
+    single("daxRShiftS", [](Images& i) { daxRShiftS(i[0], i[1], 2, nullptr); },
+           {BENCH_VIPS(onOneVips<vips_rshift_const1, 2>({u8, u16, s32}))});
 }
 
 } // namespace
 
 void addArithmetic() {
-    Rivals sum;
-    Rivals difference;
-    Rivals product;
-#if DAX_PEER_YUV
-    sum.yuv = onArgb<libyuv::ARGBAdd>;
-    difference.yuv = onArgb<libyuv::ARGBSubtract>;
-    product.yuv = onArgb<libyuv::ARGBMultiply>;
-    product.yuvAgrees = false;
-    product.yuvNote = "divides the product by 255";
-#endif
-#if DAX_PEER_LEPT
-    sum.bits = onPix<pixOr>;
-    sum.gray = onPix<pixAddGray>;
-    difference.bits = onPix<pixSubtract>;
-    difference.gray = onPix<pixSubtractGray>;
-    product.bits = onPix<pixAnd>;
-#endif
-#if DAX_PEER_VIPS
-    sum.vips = onVips<vips_add>;
-    difference.vips = onVips<vips_subtract>;
-    product.vips = onVips<vips_multiply>;
-#endif
-
-    addPair(
-        "daxAdd", [](Images& i) { daxAdd(i[0], i[1], i[2], nullptr); }, sum);
-    addPair(
-        "daxSubtract", [](Images& i) { daxSubtract(i[0], i[1], i[2], 0, nullptr); }, difference);
-    addPair(
-        "daxMultiply", [](Images& i) { daxMultiply(i[0], i[1], i[2], nullptr); }, product);
-
-    // In place: one image less to move.
-    const Form bytes;
-    std::vector<Peer> inPlace;
-#if DAX_PEER_PIXMAN
-    inPlace.push_back({.name = "pixman", .prepare = [](Images& i) -> Task {
-                           return [from = pixmanOver(i, 0), to = pixmanOver(i, 1)] {
-                               pixman_image_composite32(PIXMAN_OP_ADD, from.get(), nullptr,
-                                                        to.get(), 0, 0, 0, 0, 0, 0,
-                                                        pixman_image_get_width(to.get()),
-                                                        pixman_image_get_height(to.get()));
-                           };
-                       }});
-#endif
-    add({.operation = "daxAdd",
-         .images = {read(bytes), update(bytes)},
-         .prepare = each([](Images& i) { daxAdd(i[0], i[1], i[1], nullptr); }),
-         .peers = inPlace,
-         .variant = "8U-in-place"});
+    addTwoImages();
+    addLogic();
+    addConstants();
 }
 
 } // namespace bench

@@ -1,13 +1,12 @@
 #include "cases.h"
 
+#include "clock.h"
 #include "memory.h"
 #include "table.h"
 #include "yardstick.h"
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,9 +16,6 @@
 namespace bench {
 
 namespace {
-
-// Times below this are taken several to a reading of the clock.
-constexpr double leastReading = 10e-6;
 
 int failureCount = 0;
 
@@ -36,19 +32,9 @@ void fail(benchmark::State& state, const std::string& why) {
     state.SkipWithError(why.c_str());
 }
 
-// Calls the task as often as Google Benchmark wants and returns the median time of one call.
-double timed(benchmark::State& state, const Task& task) {
-    const double begin = now();
-    task();
-    const double once = std::max(now() - begin, 1e-9);
-    const auto batch = static_cast<benchmark::IterationCount>(std::ceil(leastReading / once));
-    std::vector<double> times;
-    while (state.KeepRunningBatch(batch)) {
-        const double start = now();
-        for (benchmark::IterationCount k = 0; k < batch; ++k) task();
-        times.push_back((now() - start) / static_cast<double>(batch));
-    }
-    return median(times);
+// One iteration takes longer than what main() tells Google Benchmark to be satisfied with.
+void take(benchmark::State& state, Turns& turns) {
+    while (state.KeepRunning()) turns.run();
 }
 
 bool reported(benchmark::State& state) {
@@ -63,25 +49,28 @@ void runCase(benchmark::State& state, const Case& one, int side) {
     const Task task = one.prepare(images);
     task();
     if (reported(state)) return;
-    const double seconds = timed(state, task);
-    if (reported(state)) return;
 
     auto& counters = state.counters;
-    counters[counter::seconds] = seconds;
     if (one.tiles > 0) {
-        counters[counter::tile] = seconds * 1e6 / one.tiles;
+        Turns turns({task});
+        take(state, turns);
+        counters[counter::tile] = turns.seconds(0) * 1e6 / one.tiles;
         return;
     }
+    const Yardstick limit = yardstickFor(one.images, side);
+    Turns turns({task, limit.stream, limit.copy});
+    take(state, turns);
+    if (reported(state)) return;
     double moved = 0;
     for (const Use& use : one.images)
         moved += static_cast<double>(use.form.bytes(side)) * (use.isRead + use.isWritten);
     const Form& last = one.images.back().form;
-    const Yardstick limit = yardstick(one.images, side);
+    const double seconds = turns.seconds(0);
     counters[counter::pixel] = seconds * 1e9 / last.side(side) / last.side(side);
     counters[counter::sample] = seconds * 1e9 / last.samples(side);
     counters[counter::bytes] = moved / seconds;
-    counters[counter::stream] = limit.stream / seconds;
-    counters[counter::copy] = limit.copy / seconds;
+    counters[counter::stream] = turns.seconds(1) / seconds;
+    counters[counter::copy] = turns.seconds(2) / seconds;
 }
 
 // What the task leaves in the last image.
@@ -109,7 +98,9 @@ void runPeer(benchmark::State& state, const Case& one, const Peer& peer, int sid
     sound[&peer] = right;
     if (!right) return fail(state, peer.name + " gives another result than " + one.operation);
     Images images(one.images, side);
-    state.counters[counter::seconds] = timed(state, peer.prepare(images));
+    Turns turns({peer.prepare(images), one.prepare(images)});
+    take(state, turns);
+    state.counters[counter::peer] = turns.seconds(0) / turns.seconds(1);
 }
 
 } // namespace
@@ -134,16 +125,13 @@ std::string Form::label() const {
 
 std::vector<Form> plainForms() {
     std::vector<Form> forms;
-    for (const int32_t depth :
-         {DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_8S, DAX_DEPTH_16U, DAX_DEPTH_16S, DAX_DEPTH_32S})
-        forms.push_back({.depth = depth});
+    for (const int32_t depth : {u1, u8, s8, u16, s16, s32}) forms.push_back({.depth = depth});
     return forms;
 }
 
 std::vector<Form> stridedForms() {
     std::vector<Form> forms;
-    for (const int32_t depth :
-         {DAX_DEPTH_8U, DAX_DEPTH_8S, DAX_DEPTH_16U, DAX_DEPTH_16S, DAX_DEPTH_32S})
+    for (const int32_t depth : {u8, s8, u16, s16, s32})
         forms.push_back({.depth = depth, .channels = 3, .coi = 2});
     return forms;
 }
@@ -188,14 +176,12 @@ void registerAll() {
     for (const Case& one : allCases())
         for (const int side : one.sides) {
             const std::string name = nameOf(one, side);
-            // Some peers work in threads of their own, so the processor time of this one says
-            // nothing.
             for (const Peer& peer : one.peers)
                 benchmark::RegisterBenchmark((name + "/" + peer.name).c_str(),
                                              [&one, &peer, side](benchmark::State& state) {
                                                  runPeer(state, one, peer, side);
                                              })
-                    ->UseRealTime();
+                    ->MeasureProcessCPUTime();
             benchmark::RegisterBenchmark(
                 name.c_str(), [&one, side](benchmark::State& state) { runCase(state, one, side); });
         }

@@ -20,6 +20,13 @@
 
 namespace bench {
 
+inline constexpr int32_t u1 = DAX_DEPTH_1U;
+inline constexpr int32_t u8 = DAX_DEPTH_8U;
+inline constexpr int32_t s8 = DAX_DEPTH_8S;
+inline constexpr int32_t u16 = DAX_DEPTH_16U;
+inline constexpr int32_t s16 = DAX_DEPTH_16S;
+inline constexpr int32_t s32 = DAX_DEPTH_32S;
+
 // The make of an image. Its size is that of the run, times `num` / `den` in both directions.
 struct Form {
     int32_t depth = DAX_DEPTH_8U;
@@ -60,6 +67,7 @@ public:
     Images(const Images&) = delete;
     Images& operator=(const Images&) = delete;
 
+    size_t count() const { return headers.size(); }
     DaxImage* operator[](size_t index) { return headers[index]; }
     template <class T = unsigned char> T* data(size_t index) {
         return static_cast<T*>(headers[index]->imageData);
@@ -119,6 +127,7 @@ int failures();
 // The cases, by subject; each stands in the source of that name.
 void addFrame();
 void addArithmetic();
+void addMoves();
 
 } // namespace bench
 

@@ -64,12 +64,12 @@ void Table::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         const auto row = rows.find(run.run_name.function_name);
         if (row == rows.end() || !counts(run)) continue;
-        const double seconds = valueOf(run.counters, counter::seconds);
-        if (row->second.peer != nullptr)
-            peerSeconds[row->first] = seconds;
-        else if (seconds > 0)
+        if (run.counters.empty())
+            std::printf("%s FAILS\n", row->first.c_str());
+        else if (row->second.peer != nullptr)
+            peerRatios[row->first] = valueOf(run.counters, counter::peer);
+        else
             print(row->second, run.counters);
-        if (seconds <= 0) std::printf("%s FAILS\n", row->first.c_str());
     }
     std::fflush(stdout);
 }
@@ -87,17 +87,15 @@ void Table::print(const Row& row, const benchmark::UserCounters& counters) {
     std::printf("%-*s  %9.4f  %9.4f  %7.1f  %7.2f  %7.2f  %s\n", width, name.c_str(),
                 valueOf(counters, counter::pixel), valueOf(counters, counter::sample),
                 valueOf(counters, counter::bytes) / 1e9, valueOf(counters, counter::stream),
-                valueOf(counters, counter::copy),
-                peersOf(row, valueOf(counters, counter::seconds)).c_str());
+                valueOf(counters, counter::copy), peersOf(row).c_str());
 }
 
 // The best of them first.
-std::string Table::peersOf(const Row& row, double seconds) {
+std::string Table::peersOf(const Row& row) {
     std::vector<std::pair<double, const Peer*>> ratios;
     for (const Peer& peer : row.subject->peers) {
-        const auto found = peerSeconds.find(nameOf(*row.subject, row.side) + "/" + peer.name);
-        if (found != peerSeconds.end() && found->second > 0)
-            ratios.emplace_back(found->second / seconds, &peer);
+        const auto found = peerRatios.find(nameOf(*row.subject, row.side) + "/" + peer.name);
+        if (found != peerRatios.end()) ratios.emplace_back(found->second, &peer);
     }
     std::sort(ratios.begin(), ratios.end());
     std::string text;

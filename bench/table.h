@@ -14,13 +14,14 @@ namespace bench {
 
 // The names under which a run leaves its figures with Google Benchmark.
 namespace counter {
-inline constexpr const char* seconds = "seconds";
 inline constexpr const char* pixel = "ns/pixel";
 inline constexpr const char* sample = "ns/sample";
 inline constexpr const char* bytes = "bytes/s";
 inline constexpr const char* stream = "stream";
 inline constexpr const char* copy = "memcpy";
 inline constexpr const char* tile = "us/tile";
+// The time of a peer, divided by that of the operation.
+inline constexpr const char* peer = "peer";
 } // namespace counter
 
 class Table : public benchmark::BenchmarkReporter {
@@ -38,10 +39,10 @@ private:
     };
 
     void print(const Row& row, const benchmark::UserCounters& counters);
-    std::string peersOf(const Row& row, double seconds);
+    std::string peersOf(const Row& row);
 
     std::map<std::string, Row> rows;
-    std::map<std::string, double> peerSeconds;
+    std::map<std::string, double> peerRatios;
     std::vector<std::string> notes;
     std::string lastOperation;
     size_t nameWidth = 0;

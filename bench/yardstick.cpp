@@ -1,19 +1,16 @@
 #include "yardstick.h"
 
+#include "clock.h"
 #include "memory.h"
 #include "streams/loops.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <map>
-#include <utility>
 
 namespace bench {
 
 namespace {
-
-constexpr double maxAge = 10;
 
 struct Stream {
     char* start;
@@ -109,52 +106,25 @@ Task copyOf(const Shape& shape, const std::vector<Use>& images, int side) {
     };
 }
 
-// The median of at least nine runs that together take at least a twentieth of a second.
-double timeOf(const Task& task) {
-    task();
-    std::vector<double> times;
-    const double begin = now();
-    for (double last = begin; times.size() < 9 || last - begin < 0.05;) {
-        task();
-        const double end = now();
-        times.push_back(end - last);
-        last = end;
-    }
-    return median(times);
-}
-
 } // namespace
 
-double median(std::vector<double>& values) {
-    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-Yardstick yardstick(const std::vector<Use>& images, int side) {
-    struct Known {
-        Yardstick value = {};
-        double measured = -INFINITY;
-        size_t best = 0;
-    };
-    static std::map<std::vector<size_t>, Known> knownShapes;
+Yardstick yardstickFor(const std::vector<Use>& images, int side) {
+    static std::map<std::vector<size_t>, size_t> fastest;
 
     const Shape shape = shapeOf(images, side);
-    Known& known = knownShapes[shape.key];
-    if (now() - known.measured < maxAge) return known.value;
-
     std::vector<Task> streams = loopsOf(shape);
     if (shape.reads.empty()) streams.push_back(fillOf(shape));
-    if (std::isinf(known.measured)) {
-        std::vector<double> times;
-        for (const Task& task : streams) times.push_back(timeOf(task));
-        known.best =
-            static_cast<size_t>(std::min_element(times.begin(), times.end()) - times.begin());
+    auto known = fastest.find(shape.key);
+    if (known == fastest.end()) {
+        Turns turns(streams);
+        turns.run();
+        size_t best = 0;
+        for (size_t k = 1; k < streams.size(); ++k)
+            if (turns.seconds(k) < turns.seconds(best)) best = k;
+        known = fastest.emplace(shape.key, best).first;
     }
-    known.value.stream = timeOf(streams[known.best]);
-    known.value.copy = timeOf(shape.reads.empty() ? fillOf(shape) : copyOf(shape, images, side));
-    known.measured = now();
-    return known.value;
+    return {streams[known->second],
+            shape.reads.empty() ? fillOf(shape) : copyOf(shape, images, side)};
 }
 
 } // namespace bench
