@@ -13,8 +13,11 @@ template <class T> using OwnLaneOf = typename OwnLane<T>::type;
 
 // Before a loop whose destination is a source at the same place or none at all: no iteration waits
 // for another.
+// Sanitizers take loops apart, and the promise has no place left.
 #if defined(__clang__)
 #define OWN_EACH_ALONE _Pragma("clang loop vectorize(assume_safety)")
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define OWN_EACH_ALONE
 #else
 #define OWN_EACH_ALONE _Pragma("GCC ivdep")
 #endif
