@@ -12,37 +12,46 @@ public:
 
     std::vector<Entry> entries;
 
-    // An operation on two images, in all the forms that they come in. `rest` is what stands in the
-    // call after the result.
+    // A call of `function` on the sources. `rest` is what stands in it after the result.
+    Entry& put(const char* function, const char* title, std::vector<DaxImage*> sources,
+               const char* rest, Run run) {
+        std::string call = std::string(function) + "(";
+        for (const DaxImage* source : sources) call += in.describe(source).name + ", ";
+        call += std::string("result, ") + rest + ")";
+        entries.push_back({function, title, call, std::move(sources), run});
+        return entries.back();
+    }
+
+    // Arithmetic on two images, in all the forms that they come in.
     void pair(const char* function, const char* rest, Run run, DaxImage* with, DaxImage* with16) {
-        const auto put = [&](const char* title, DaxImage* a, DaxImage* b,
-                             std::optional<DaxROI> roi = {}) {
-            const std::string call = std::string(function) + "(" + in.describe(a).name + ", " +
-                                     in.describe(b).name + ", result, " + rest + ")";
-            entries.push_back({function, title, call, {a, b}, run, roi});
-        };
-        put("8 bits", in.picture, with);
-        put("16 bits", in.picture16, with16);
-        put("8 bits, the middle only", in.picture, with, middle(0));
-        put("8 bits, the red channel only", in.picture, with, whole(1));
-        put("1 bit", in.bits, in.shiftedBits);
+        put(function, "8 bits", {in.picture, with}, rest, run);
+        put(function, "16 bits", {in.picture16, with16}, rest, run);
+        put(function, "8 bits, the middle only", {in.picture, with}, rest, run).rois = {middle()};
+        put(function, "8 bits, the red channel only", {in.picture, with}, rest, run).rois = {red()};
+        put(function, "1 bit", {in.bits, in.shiftedBits}, rest, run);
+    }
+
+    void logic(const char* function, Run run) {
+        put(function, "8 bits", {in.picture, in.shifted}, "NULL", run);
+        put(function, "1 bit", {in.bits, in.shiftedBits}, "NULL", run);
+    }
+
+    DaxROI red() const { return {1, 0, 0, in.picture->height, in.picture->width}; }
+    DaxROI middle() const {
+        const int32_t height = in.picture->height;
+        const int32_t width = in.picture->width;
+        return {0, width / 4, height / 4, (height + 1) / 2, (width + 1) / 2};
+    }
+    DaxROI corner() const {
+        const DaxROI half = middle();
+        return {0, 0, 0, half.height, half.width};
     }
 
 private:
     const Inputs& in;
-
-    DaxROI whole(int32_t coi) const { return {coi, 0, 0, in.picture->height, in.picture->width}; }
-    DaxROI middle(int32_t coi) const {
-        const int32_t height = in.picture->height;
-        const int32_t width = in.picture->width;
-        return {coi, width / 4, height / 4, (height + 1) / 2, (width + 1) / 2};
-    }
 };
 
-} // namespace
-
-std::vector<Entry> entriesFor(const Inputs& in) {
-    List list(in);
+void addArithmetic(List& list, const Inputs& in) {
     list.pair(
         "daxAdd", "NULL", [](const Images& i) { daxAdd(i[0], i[1], i.result, nullptr); }, in.dimmed,
         in.shifted16);
@@ -50,13 +59,75 @@ std::vector<Entry> entriesFor(const Inputs& in) {
         "daxSubtract", "0, NULL",
         [](const Images& i) { daxSubtract(i[0], i[1], i.result, 0, nullptr); }, in.shifted,
         in.dimmed16);
-    list.pair(
-        "daxSubtract", "1, NULL",
-        [](const Images& i) { daxSubtract(i[0], i[1], i.result, 1, nullptr); }, in.shifted,
-        in.shifted16);
+    list.put("daxSubtract", "8 bits, the other way round", {in.picture, in.shifted}, "1, NULL",
+             [](const Images& i) { daxSubtract(i[0], i[1], i.result, 1, nullptr); });
     list.pair(
         "daxMultiply", "NULL", [](const Images& i) { daxMultiply(i[0], i[1], i.result, nullptr); },
         in.factor, in.factor16);
+
+    list.put("daxAddS", "8 bits", {in.picture}, "64, NULL",
+             [](const Images& i) { daxAddS(i[0], i.result, 64, nullptr); });
+    list.put("daxSubtractS", "8 bits", {in.picture}, "64, 0, NULL",
+             [](const Images& i) { daxSubtractS(i[0], i.result, 64, 0, nullptr); });
+    list.put("daxSubtractS", "8 bits, the negative", {in.picture}, "255, 1, NULL",
+             [](const Images& i) { daxSubtractS(i[0], i.result, 255, 1, nullptr); });
+    list.put("daxMultiplyS", "8 bits", {in.dimmed}, "4, NULL",
+             [](const Images& i) { daxMultiplyS(i[0], i.result, 4, nullptr); });
+    list.put("daxSquare", "8 bits", {in.dimmed}, "NULL",
+             [](const Images& i) { daxSquare(i[0], i.result, nullptr); });
+    list.put("daxAbs", "16 bits, signed", {in.signed16}, "NULL",
+             [](const Images& i) { daxAbs(i[0], i.result, nullptr); });
+}
+
+void addLogic(List& list, const Inputs& in) {
+    list.logic("daxAnd", [](const Images& i) { daxAnd(i[0], i[1], i.result, nullptr); });
+    list.logic("daxOr", [](const Images& i) { daxOr(i[0], i[1], i.result, nullptr); });
+    list.logic("daxXor", [](const Images& i) { daxXor(i[0], i[1], i.result, nullptr); });
+    list.put("daxAndS", "8 bits, the upper two", {in.picture}, "0xC0, NULL",
+             [](const Images& i) { daxAndS(i[0], i.result, 0xC0, nullptr); });
+    list.put("daxOrS", "8 bits", {in.picture}, "0x60, NULL",
+             [](const Images& i) { daxOrS(i[0], i.result, 0x60, nullptr); });
+    list.put("daxXorS", "8 bits", {in.picture}, "0x80, NULL",
+             [](const Images& i) { daxXorS(i[0], i.result, 0x80, nullptr); });
+    list.put("daxNot", "8 bits, the middle only", {in.picture}, "NULL",
+             [](const Images& i) { daxNot(i[0], i.result, nullptr); })
+        .rois = {list.middle()};
+    list.put("daxLShiftS", "8 bits", {in.picture}, "1, NULL",
+             [](const Images& i) { daxLShiftS(i[0], i.result, 1, nullptr); });
+    list.put("daxRShiftS", "16 bits", {in.picture16}, "1, NULL",
+             [](const Images& i) { daxRShiftS(i[0], i.result, 1, nullptr); });
+}
+
+void addMoves(List& list, const Inputs& in) {
+    const auto copy = [](const Images& i) { daxCopy(i[0], i.result, nullptr); };
+    Entry& corner = list.put("daxCopy", "To another place", {in.picture}, "NULL", copy);
+    corner.rois = {list.middle(), list.corner()};
+    corner.before = in.shifted;
+    Entry& green = list.put("daxCopy", "Red becomes green", {in.picture}, "NULL", copy);
+    green.rois = {list.red(), list.red()};
+    green.rois[1].coi = 2;
+
+    Entry& fill = list.put("daxSet", "One channel of a region", {}, "255, NULL",
+                           [](const Images& i) { daxSet(i.result, 255, nullptr); });
+    fill.rois = {list.middle()};
+    fill.rois[0].coi = 2;
+    fill.before = in.picture;
+
+    Entry& exchange =
+        list.put("daxExchange", "The result gets the picture's middle", {in.picture}, "NULL",
+                 [](const Images& i) { daxExchange(i[0], i.result, nullptr); });
+    exchange.rois = {list.middle()};
+    exchange.before = in.shifted;
+    exchange.writesSources = true;
+}
+
+} // namespace
+
+std::vector<Entry> entriesFor(const Inputs& in) {
+    List list(in);
+    addArithmetic(list, in);
+    addLogic(list, in);
+    addMoves(list, in);
     return std::move(list.entries);
 }
 

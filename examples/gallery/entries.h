@@ -5,7 +5,6 @@
 #include "inputs.h"
 
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,11 +22,14 @@ struct Entry {
     std::string call;
     std::vector<DaxImage*> sources;
     std::function<void(const Images& images)> run;
-    // Given to the sources and the result for the time of the call.
-    std::optional<DaxROI> roi = {};
+    // Regions of interest for the time of the call: none, one for all images, or one for each, the
+    // result's last.
+    std::vector<DaxROI> rois = {};
     // What the result is before the call. Without it: an image of zeroes like the first source, or,
-    // under a ROI, a copy of it, so that one sees what the call leaves alone.
-    std::function<Image()> blank = {};
+    // under a region, a copy of it, so that one sees what the call leaves alone.
+    const DaxImage* before = nullptr;
+    // Whether the call writes into its sources, too.
+    bool writesSources = false;
 };
 
 std::vector<Entry> entriesFor(const Inputs& inputs);

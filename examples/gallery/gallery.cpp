@@ -65,32 +65,41 @@ private:
     size_t done = 0;
 };
 
-// The images of an entry, under its region of interest.
+// The images of an entry, under their regions of interest.
 class Call {
 public:
-    explicit Call(const Entry& entry, DaxImage* result)
-        : one(entry), images{entry.sources, result} {}
+    Call(const Entry& entry, DaxImage* result)
+        : one(entry), images{entry.sources, result}, rois(entry.rois) {
+        if (one.writesSources)
+            for (DaxImage*& source : images.sources) {
+                copies.push_back(copyOf(source));
+                source = copies.back().get();
+            }
+    }
 
     void run() {
-        setRoi(one.roi ? &roi : nullptr);
+        setRois(true);
         one.run(images);
-        setRoi(nullptr);
+        setRois(false);
     }
 
 private:
-    void setRoi(DaxROI* value) {
-        for (DaxImage* source : images.sources) source->roi = value;
-        images.result->roi = value;
+    void setRois(bool on) {
+        for (size_t k = 0; k <= images.sources.size(); ++k) {
+            DaxImage* const image = k < images.sources.size() ? images.sources[k] : images.result;
+            image->roi = on && !rois.empty() ? &rois[std::min(k, rois.size() - 1)] : nullptr;
+        }
     }
 
     const Entry& one;
     Images images;
-    DaxROI roi = one.roi.value_or(DaxROI{});
+    std::vector<DaxROI> rois;
+    std::vector<Image> copies;
 };
 
 Image blankFor(const Entry& entry) {
-    if (entry.blank) return entry.blank();
-    return entry.roi ? copyOf(entry.sources[0]) : makeImage(makeOf(entry.sources[0]));
+    if (entry.before != nullptr) return copyOf(entry.before);
+    return entry.rois.empty() ? makeImage(makeOf(entry.sources[0])) : copyOf(entry.sources[0]);
 }
 
 // The median of some calls, on a result of their own.
@@ -112,14 +121,14 @@ double secondsOf(const Entry& entry) {
 }
 
 double pixelsOf(const Entry& entry, const DaxImage* result) {
-    if (entry.roi) return double(entry.roi->width) * entry.roi->height;
-    return double(result->width) * result->height;
+    if (entry.rois.empty()) return double(result->width) * result->height;
+    return double(entry.rois.back().width) * entry.rois.back().height;
 }
 
 std::string roiText(const DaxROI& roi) {
-    return "roi of all images: coi " + std::to_string(roi.coi) + ", xOffset " +
-           std::to_string(roi.xOffset) + ", yOffset " + std::to_string(roi.yOffset) + ", height " +
-           std::to_string(roi.height) + ", width " + std::to_string(roi.width);
+    return "coi " + std::to_string(roi.coi) + ", xOffset " + std::to_string(roi.xOffset) +
+           ", yOffset " + std::to_string(roi.yOffset) + ", height " + std::to_string(roi.height) +
+           ", width " + std::to_string(roi.width);
 }
 
 class Gallery {
@@ -164,8 +173,19 @@ Card Gallery::show(const Entry& entry, size_t number) {
     card.operation = entry.operation;
     card.title = entry.title;
     card.call = entry.call;
-    if (entry.roi) card.roi = roiText(*entry.roi);
+    if (entry.rois.size() == 1) card.rois.push_back("roi of all: " + roiText(entry.rois[0]));
+    for (size_t k = 0; entry.rois.size() > 1 && k < entry.rois.size(); ++k)
+        card.rois.push_back("roi of " +
+                            (k < entry.sources.size() ? inputs->describe(entry.sources[k]).name
+                                                      : std::string("result")) +
+                            ": " + roiText(entry.rois[k]));
     for (const DaxImage* image : entry.sources) card.sources.push_back(source(image));
+    if (entry.before != nullptr) {
+        Figure before = source(entry.before);
+        before.name = "result";
+        before.note = "before the call";
+        card.sources.push_back(before);
+    }
     const Image result = blankFor(entry);
     Call(entry, result.get()).run();
     for (const Report& report : takeReports()) card.failures.push_back(lineOf(report));

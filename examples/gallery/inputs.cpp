@@ -27,6 +27,7 @@ DaxImage* Inputs::keep(const char* name, const char* note, const Make& make, Sam
 Inputs::Inputs(const Picture& source) {
     const Make wide = {source.width, source.height};
     const Make deep = {source.width, source.height, 3, DAX_DEPTH_16U};
+    const Make deepSigned = {source.width, source.height, 3, DAX_DEPTH_16S};
     const Make plain = {source.width, source.height, 1};
     const Make bitonal = {source.width, source.height, 1, DAX_DEPTH_1U};
     const int offset = source.width / 6 + 1;
@@ -49,6 +50,8 @@ Inputs::Inputs(const Picture& source) {
                     [&](int c, int y, int x) { return at(c, y, x) * 257 / 4; });
     factor16 = keep("factor16", "samples 0 to 3, in 16 bits: all but black", deep,
                     [&](int c, int y, int x) { return at(c, y, x) / 64; });
+    signed16 = keep("signed16", "in signed 16 bits, dark below 0", deepSigned,
+                    [&](int c, int y, int x) { return at(c, y, x) * 257 - 0x8000; });
     gray = keep("gray", "luminance", plain, [&](int, int y, int x) { return luma(y, x); });
     bits = keep("bits", "luminance above 127, in 1 bit", bitonal,
                 [&](int, int y, int x) { return luma(y, x) > 127; });

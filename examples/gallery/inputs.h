@@ -31,6 +31,7 @@ public:
     DaxImage* shifted16;
     DaxImage* dimmed16;
     DaxImage* factor16;
+    DaxImage* signed16;
     // One channel.
     DaxImage* gray;
     DaxImage* bits;

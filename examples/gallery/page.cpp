@@ -78,7 +78,7 @@ void put(std::ostream& out, const Card& card) {
         << escaped(card.title) << "</h3>";
     out << "<span class=\"soft\">" << std::llround(card.megapixelsPerSecond)
         << " megapixels per second</span></header>\n<pre>" << escaped(card.call);
-    if (!card.roi.empty()) out << "\n" << escaped(card.roi);
+    for (const std::string& roi : card.rois) out << "\n" << escaped(roi);
     out << "</pre>\n";
     if (!card.failures.empty()) {
         out << "<strong>This call failed.</strong>\n<pre>";

@@ -27,8 +27,8 @@ struct Card {
     std::string operation;
     std::string title;
     std::string call;
-    // The region of interest of all images, or empty.
-    std::string roi;
+    // The regions of interest, a line each.
+    std::vector<std::string> rois;
     std::vector<Figure> sources;
     Figure result;
     double megapixelsPerSecond;
