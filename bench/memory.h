@@ -8,7 +8,7 @@ namespace bench {
 
 // How far past a cache line the blocks begin. daxAllocateImage makes large images begin 16 bytes
 // past a page on Linux, since that is where the heap's large blocks begin.
-inline size_t blockOffset = 16;
+inline size_t blockOffset = 0;
 
 // Block number `slot`, with at least so many bytes, for something that writes into it. No two
 // blocks begin at the same place of a page. A larger request than any before may move the block.

@@ -11,7 +11,7 @@ void combineBits(const OwnPairTable& rows, DaxImage* const* images) {
     OwnBitRuns runs;
     if (!ownBitRuns(images, 3, &runs)) return;
     if (runs.words > 0) {
-        rows.bytes(runs.start[0], runs.start[1], runs.start[2], runs.words * 4);
+        rows.words(runs.start[0], runs.start[1], runs.start[2], runs.words);
         return;
     }
     ownEachBitRun(runs, [&](char* const* at, ptrdiff_t count) {

@@ -14,10 +14,11 @@ struct OwnPairRow {
                     ptrdiff_t stepB, ptrdiff_t stepDst);
 };
 
-// The kernels of an operation. Bits are combined with the destination's own kept outside the run.
+// The kernels of an operation. Words are 32 bits each; of a run of bits the
+// destination's own are kept outside it.
 struct OwnPairTable {
     OwnPairRow byDepth[5]; // by ownDepthIndex
-    void (*bytes)(const char* a, const char* b, char* dst, ptrdiff_t count);
+    void (*words)(const char* a, const char* b, char* dst, ptrdiff_t count);
     void (*bits)(const char* a, int32_t bitA, const char* b, int32_t bitB, char* dst,
                  int32_t bitDst, ptrdiff_t count);
 };

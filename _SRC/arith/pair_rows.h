@@ -39,10 +39,8 @@ void ownPairStrided(const char* a, const char* b, char* dst, ptrdiff_t count, pt
                          [](T x, T y) { return Op::template sample<T>(x, y); });
 }
 
-template <class Op> void ownPairBytes(const char* a, const char* b, char* dst, ptrdiff_t count) {
-    ownCombineRun<uint8_t>(a, b, dst, count, [](uint8_t x, uint8_t y) {
-        return static_cast<uint8_t>(Op::bits(x, y));
-    });
+template <class Op> void ownPairWords(const char* a, const char* b, char* dst, ptrdiff_t count) {
+    ownCombineRun<uint32_t>(a, b, dst, count, Op::bits);
 }
 
 template <class Op>
@@ -60,7 +58,7 @@ template <class Op, class T> constexpr OwnPairRow ownPairRow() {
 template <class Op> constexpr OwnPairTable ownPairTable() {
     return {{ownPairRow<Op, uint8_t>(), ownPairRow<Op, int8_t>(), ownPairRow<Op, uint16_t>(),
              ownPairRow<Op, int16_t>(), ownPairRow<Op, int32_t>()},
-            ownPairBytes<Op>,
+            ownPairWords<Op>,
             ownPairBits<Op>};
 }
 
@@ -68,7 +66,7 @@ template <class Op> constexpr OwnPairTable ownPairTable() {
 template <class Op> constexpr OwnPairTable ownPairWordTable() {
     return {{ownPairRow<Op, uint8_t>(), ownPairRow<Op, uint8_t>(), ownPairRow<Op, uint16_t>(),
              ownPairRow<Op, uint16_t>(), ownPairRow<Op, uint32_t>()},
-            ownPairBytes<Op>,
+            ownPairWords<Op>,
             ownPairBits<Op>};
 }
 

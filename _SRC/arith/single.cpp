@@ -10,7 +10,7 @@ void runBits(const OwnSingleWork& work, DaxImage* const* images) {
     OwnBitRuns runs;
     if (!work.rule.bitRuns(images, 2, &runs)) return;
     if (runs.words > 0) {
-        work.rows.bytes(runs.start[0], runs.start[1], runs.words * 4, work.pattern);
+        work.rows.words(runs.start[0], runs.start[1], runs.words, work.pattern);
         return;
     }
     ownEachBitRun(runs, [&](char* const* at, ptrdiff_t count) {

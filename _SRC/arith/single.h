@@ -21,7 +21,7 @@ struct OwnSingleRow {
 // the destination's bits outside a run are kept.
 struct OwnSingleTable {
     OwnSingleRow byDepth[5]; // by ownDepthIndex
-    void (*bytes)(const char* src, char* dst, ptrdiff_t count, uint32_t pattern);
+    void (*words)(const char* src, char* dst, ptrdiff_t count, uint32_t pattern);
     void (*bits)(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count,
                  uint32_t pattern);
 };

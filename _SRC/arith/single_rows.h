@@ -57,9 +57,8 @@ void ownSingleStrided(const char* src, char* dst, ptrdiff_t count, ptrdiff_t ste
 }
 
 template <class Op>
-void ownSingleBytes(const char* src, char* dst, ptrdiff_t count, uint32_t pattern) {
-    ownMapRun<uint8_t>(src, dst, count,
-                       [pattern](uint8_t a) { return static_cast<uint8_t>(Op::bits(a, pattern)); });
+void ownSingleWords(const char* src, char* dst, ptrdiff_t count, uint32_t pattern) {
+    ownMapRun<uint32_t>(src, dst, count, [pattern](uint32_t a) { return Op::bits(a, pattern); });
 }
 
 template <class Op>
@@ -77,7 +76,7 @@ template <class Op, class T> constexpr OwnSingleRow ownSingleRow() {
 template <class Op> constexpr OwnSingleTable ownSingleTable() {
     return {{ownSingleRow<Op, uint8_t>(), ownSingleRow<Op, int8_t>(), ownSingleRow<Op, uint16_t>(),
              ownSingleRow<Op, int16_t>(), ownSingleRow<Op, int32_t>()},
-            ownSingleBytes<Op>,
+            ownSingleWords<Op>,
             ownSingleBits<Op>};
 }
 
@@ -85,7 +84,7 @@ template <class Op> constexpr OwnSingleTable ownSingleTable() {
 template <class Op> constexpr OwnSingleTable ownSingleWordTable() {
     return {{ownSingleRow<Op, uint8_t>(), ownSingleRow<Op, uint8_t>(), ownSingleRow<Op, uint16_t>(),
              ownSingleRow<Op, uint16_t>(), ownSingleRow<Op, uint32_t>()},
-            ownSingleBytes<Op>,
+            ownSingleWords<Op>,
             ownSingleBits<Op>};
 }
 
