@@ -1,0 +1,19 @@
+// Row kernels of daxMirror.
+#ifndef OWN_DAXMIRR_H
+#define OWN_DAXMIRR_H
+
+#include <cstddef>
+#include <cstdint>
+
+struct OwnMirrorTable {
+    // Runs of pixels, and of bits, in the opposite order, into other memory.
+    void (*reverse)(const char* src, char* dst, ptrdiff_t pixelBytes, ptrdiff_t count);
+    void (*reverseBits)(const char* src, int32_t bitSrc, char* dst, int32_t bitDst,
+                        ptrdiff_t count);
+};
+
+struct OwnMirror {
+    using Table = OwnMirrorTable;
+};
+
+#endif

@@ -1,0 +1,116 @@
+#include "geometry/daxmirr.h"
+
+#include "frame/bit_lanes.h"
+#include "frame/kernels.h"
+#include "frame/lanes.h"
+
+#include <cstring>
+
+#if defined(__AVX2__)
+// The header's own idiom for a register whose content doesn't matter.
+#pragma GCC diagnostic push
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#endif
+
+namespace {
+
+template <class T> void reverseSamples(const char* src, char* dst, ptrdiff_t count) {
+    const auto* x = ownLanes<T>(src);
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[count - 1 - i];
+}
+
+template <ptrdiff_t size> void reversePixels(const char* src, char* dst, ptrdiff_t count) {
+    ptrdiff_t done = 0;
+#if defined(__AVX2__)
+    // As many pixels as a vector holds are turned round in it. What it holds besides lies before
+    // them in the source, and the next step writes over it.
+    constexpr ptrdiff_t pixels = 16 / size;
+    alignas(16) int8_t order[16];
+    for (ptrdiff_t k = 0; k < 16; ++k)
+        order[k] = k < pixels * size
+                       ? static_cast<int8_t>(15 - k / size * size - (size - 1) + k % size)
+                       : int8_t{-1};
+    const __m128i turn = _mm_load_si128(reinterpret_cast<const __m128i*>(order));
+    for (; (count - done) * size >= 16; done += pixels) {
+        const __m128i taken =
+            _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(src + (count - done) * size - 16));
+        _mm_storeu_si128(reinterpret_cast<__m128i_u*>(dst + done * size),
+                         _mm_shuffle_epi8(taken, turn));
+    }
+#endif
+    for (; done < count; ++done) memcpy(dst + done * size, src + (count - 1 - done) * size, size);
+}
+
+void reverse(const char* src, char* dst, ptrdiff_t pixelBytes, ptrdiff_t count) {
+    switch (pixelBytes) {
+    case 1: reverseSamples<uint8_t>(src, dst, count); break;
+    case 2: reverseSamples<uint16_t>(src, dst, count); break;
+    case 3: reversePixels<3>(src, dst, count); break;
+    case 4: reverseSamples<uint32_t>(src, dst, count); break;
+    case 6: reversePixels<6>(src, dst, count); break;
+    case 8: reverseSamples<uint64_t>(src, dst, count); break;
+    case 12: reversePixels<12>(src, dst, count); break;
+    default:
+        for (ptrdiff_t i = 0; i < count; ++i)
+            memcpy(dst + i * pixelBytes, src + (count - 1 - i) * pixelBytes,
+                   static_cast<size_t>(pixelBytes));
+        break;
+    }
+}
+
+uint32_t reversedByte(uint32_t byte) {
+    byte = (byte & 0xF0) >> 4 | (byte & 0x0F) << 4;
+    byte = (byte & 0xCC) >> 2 | (byte & 0x33) << 2;
+    return (byte & 0xAA) >> 1 | (byte & 0x55) << 1;
+}
+
+// The bits of every byte of a word.
+uint64_t reversedBytes(uint64_t word) {
+    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
+    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
+    return (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
+}
+
+void reverseBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
+    // What is left of the source ends at `end`.
+    ptrdiff_t end = bitSrc + count;
+    const auto takeEdge = [&](ptrdiff_t bits) {
+        const uint32_t taken = ownFetchBits(src, end - bits, bits);
+        ownMergeBits(dst, bitDst, bits, reversedByte(taken) << (8 - bits) & 0xFF);
+        end -= bits;
+        count -= bits;
+    };
+    if (bitDst != 0) {
+        takeEdge(count < 8 - bitDst ? count : 8 - bitDst);
+        ++dst;
+        bitDst = 0;
+    }
+    uint8_t block[ownBitBlock];
+    uint8_t turned[ownBitBlock];
+    while (count >= 8) {
+        const ptrdiff_t bytes = count / 8 < ownBitBlock ? count / 8 : ownBitBlock;
+        const uint8_t* at = ownAlignBits(src, end - bytes * 8, block, bytes);
+        const auto* words = ownLanes<uint64_t>(reinterpret_cast<const char*>(at));
+        auto* out = ownLanes<uint64_t>(reinterpret_cast<char*>(turned));
+        for (ptrdiff_t k = 0; k < bytes / 8; ++k) out[k] = reversedBytes(words[k]);
+        for (ptrdiff_t k = bytes / 8 * 8; k < bytes; ++k)
+            turned[k] = static_cast<uint8_t>(reversedByte(at[k]));
+        reverseSamples<uint8_t>(reinterpret_cast<const char*>(turned), dst, bytes);
+        dst += bytes;
+        end -= bytes * 8;
+        count -= bytes * 8;
+    }
+    if (count > 0) takeEdge(count);
+}
+
+constexpr OwnMirrorTable table = {reverse, reverseBits};
+
+} // namespace
+
+template <> const OwnMirrorTable& ownRowTable<OwnMirror, OWN_ISA>() { return table; }
