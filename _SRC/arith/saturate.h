@@ -55,8 +55,10 @@ template <class T> T ownSaturatedProduct(T a, T b) {
         using Wide = std::conditional_t<std::is_signed_v<T>, int16_t, uint16_t>;
         return ownClamp<T>(static_cast<Wide>(a * b));
     } else if constexpr (std::is_unsigned_v<T>) {
-        const uint32_t product = uint32_t{a} * b;
-        return product > ownMost<T> ? ownMost<T> : static_cast<T>(product);
+        // All ones over the lower half of the product as soon as there is an upper one.
+        const T high = static_cast<T>(uint32_t{a} * b >> 16);
+        const T low = static_cast<T>(uint32_t{a} * b);
+        return static_cast<T>(low | static_cast<T>(0 - ownMin<T>(high, 1)));
     } else {
         // The halves of the product: it fits just when the upper one is all sign of the lower.
         constexpr int32_t bits = sizeof(T) * 8;
