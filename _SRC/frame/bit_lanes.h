@@ -41,18 +41,15 @@ void ownShiftSteps(const char* at, const OwnByteShift& shift, char* dst, ptrdiff
     take(count - step);
 }
 
-inline void ownShiftBits(const char* src, ptrdiff_t bit, char* dst, ptrdiff_t count) {
-    const char* at = src + (bit >> 3);
-    const int32_t phase = static_cast<int32_t>(bit & 7);
-    const OwnByteShift shift(phase);
+inline void ownShiftBytes(const char* at, const OwnByteShift& shift, char* dst, ptrdiff_t count) {
     if (count >= 32) {
         ownShiftSteps<32>(at, shift, dst, count);
     } else if (count >= 8) {
         ownShiftSteps<8>(at, shift, dst, count);
     } else {
         for (ptrdiff_t i = 0; i < count; ++i)
-            dst[i] = static_cast<char>(static_cast<uint8_t>(at[i]) << phase |
-                                       static_cast<uint8_t>(at[i + 1]) >> (8 - phase));
+            dst[i] = static_cast<char>(static_cast<uint8_t>(at[i]) << shift.left |
+                                       static_cast<uint8_t>(at[i + 1]) >> shift.right);
     }
 }
 
@@ -62,7 +59,8 @@ constexpr ptrdiff_t ownBitBlock = 1024; // bytes
 inline const uint8_t* ownAlignBits(const char* src, ptrdiff_t bit, uint8_t* block,
                                    ptrdiff_t count) {
     if ((bit & 7) == 0) return reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
-    ownShiftBits(src, bit, reinterpret_cast<char*>(block), count);
+    ownShiftBytes(src + (bit >> 3), OwnByteShift(static_cast<int32_t>(bit & 7)),
+                  reinterpret_cast<char*>(block), count);
     return block;
 }
 

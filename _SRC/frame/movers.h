@@ -19,7 +19,8 @@ struct OwnMoverTable {
     void (*swap)(char* a, char* b, ptrdiff_t byteCount);
     void (*fill16)(uint32_t value, char* dst, ptrdiff_t sampleCount);
     void (*fill32)(uint32_t value, char* dst, ptrdiff_t sampleCount);
-    void (*copyBits)(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count);
+    void (*copyBits)(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
+                     ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows);
     OwnStridedMovers strided[3]; // by samples of 1, 2 and 4 bytes
 };
 
@@ -60,13 +61,19 @@ inline const OwnStridedMovers& ownStridedMovers(ptrdiff_t sampleBytes) {
     return ownRows<OwnMovers>().strided[sampleBytes / 2];
 }
 
-// Bits count from the top of the first byte and may lie in any byte after it. The destination's
-// bits outside the run are kept.
-inline void ownCopyBits(const char* src, ptrdiff_t bitSrc, char* dst, ptrdiff_t bitDst,
-                        ptrdiff_t count) {
+// Rows of bits. Bits count from the top of a row's first byte and may lie in any byte after it. The
+// destination's bits outside the run are kept.
+inline void ownCopyBitRows(const char* src, ptrdiff_t bitSrc, ptrdiff_t stepSrc, char* dst,
+                           ptrdiff_t bitDst, ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows) {
     if (count > 0)
         ownRows<OwnMovers>().copyBits(src + (bitSrc >> 3), static_cast<int32_t>(bitSrc & 7),
-                                      dst + (bitDst >> 3), static_cast<int32_t>(bitDst & 7), count);
+                                      stepSrc, dst + (bitDst >> 3),
+                                      static_cast<int32_t>(bitDst & 7), stepDst, count, rows);
+}
+
+inline void ownCopyBits(const char* src, ptrdiff_t bitSrc, char* dst, ptrdiff_t bitDst,
+                        ptrdiff_t count) {
+    ownCopyBitRows(src, bitSrc, 0, dst, bitDst, 0, count, 1);
 }
 
 void ownFillBits(bool on, char* dst, ptrdiff_t bitDst, ptrdiff_t count);

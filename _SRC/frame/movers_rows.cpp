@@ -21,21 +21,31 @@ template <class T> void fillRun(uint32_t value, char* dst, ptrdiff_t count) {
     for (ptrdiff_t i = 0; i < count; ++i) z[i] = sample;
 }
 
-void copyBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
-    ptrdiff_t from = bitSrc;
-    if (bitDst != 0) {
-        const ptrdiff_t head = count < 8 - bitDst ? count : 8 - bitDst;
-        ownMergeBits(dst++, bitDst, head, ownFetchBits(src, from, head));
-        from += head;
-        count -= head;
-    }
-    const ptrdiff_t bytes = count / 8;
-    if ((from & 7) == 0)
-        memcpy(dst, src + (from >> 3), static_cast<size_t>(bytes));
-    else if (bytes > 0)
-        ownShiftBits(src, from, dst, bytes);
-    if (count % 8 > 0)
-        ownMergeBits(dst + bytes, 0, count % 8, ownFetchBits(src, from + bytes * 8, count % 8));
+// Rows that start at the same bits of their bytes: masks and shifts are made once for all of them.
+void copyBits(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
+              ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows) {
+    const ptrdiff_t head = bitDst == 0 ? 0 : count < 8 - bitDst ? count : 8 - bitDst;
+    const ptrdiff_t bytes = (count - head) / 8;
+    const ptrdiff_t tail = (count - head) % 8;
+    const ptrdiff_t from = bitSrc + head;
+    const int32_t phase = static_cast<int32_t>(from & 7);
+    const OwnByteShift shift(phase);
+    const auto eachRow = [=](auto copyBytes) {
+        for (ptrdiff_t row = 0; row < rows; ++row) {
+            const char* at = src + row * stepSrc;
+            char* to = dst + row * stepDst;
+            if (head > 0) ownMergeBits(to++, bitDst, head, ownFetchBits(at, bitSrc, head));
+            at += from >> 3;
+            copyBytes(at, to);
+            if (tail > 0) ownMergeBits(to + bytes, 0, tail, ownFetchBits(at + bytes, phase, tail));
+        }
+    };
+    if (phase == 0)
+        eachRow([=](const char* at, char* to) { memcpy(to, at, static_cast<size_t>(bytes)); });
+    else if (bytes >= 32)
+        eachRow([=](const char* at, char* to) { ownShiftSteps<32>(at, shift, to, bytes); });
+    else
+        eachRow([=](const char* at, char* to) { ownShiftBytes(at, shift, to, bytes); });
 }
 
 template <class T>

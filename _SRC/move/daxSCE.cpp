@@ -91,12 +91,8 @@ void copyPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
     Runs runs;
     if (!pairRuns(srcImage, dstImage, &src, &dst, &runs)) return;
     if (runs.sample == 0) {
-        const auto copy = ownRows<OwnMovers>().copyBits;
-        const int32_t bitSrc = ownRoiX(srcImage);
-        const int32_t bitDst = ownRoiX(dstImage);
-        eachRun(runs, src, dst, [&](const char* from, char* to) {
-            copy(from + bitSrc / 8, bitSrc % 8, to + bitDst / 8, bitDst % 8, runs.count);
-        });
+        ownCopyBitRows(src.rowStart, ownRoiX(srcImage), src.rowStep, dst.rowStart,
+                       ownRoiX(dstImage), dst.rowStep, runs.count, runs.rows);
     } else if (runs.whole) {
         eachRun(runs, src, dst, [&](const char* from, char* to) {
             ownCopyRow(from, to, runs.count * runs.sample);
