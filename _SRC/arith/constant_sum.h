@@ -18,7 +18,7 @@ using OwnSumLane = std::conditional_t<sizeof(T) == 1, int16_t,
                                       std::conditional_t<sizeof(T) == 2, int32_t, int64_t>>;
 
 template <class T> OwnSumLane<T> ownSumLane(int64_t constant) {
-    constexpr int64_t most = int64_t{1} << (sizeof(T) * 8);
+    constexpr int64_t most = int64_t{2} << (sizeof(T) * 8);
     return static_cast<OwnSumLane<T>>(constant < -most ? -most : constant > most ? most : constant);
 }
 
