@@ -123,10 +123,12 @@ bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     runs->count = width;
     runs->rows = height;
     if (coi[0] != 0) {
-        // An image that has no channel of interest of its own starts at its first channel.
-        for (int32_t i = 0; i < count; ++i)
+        // An image that has no channel of interest of its own starts at its first channel. Pixels
+        // of one channel lie side by side.
+        for (int32_t i = 0; i < count; ++i) {
             if (coi[i] > 1) runs->start[i] += (coi[i] - 1) * (pixels ? sample : runs->planeStep[i]);
-        runs->strided = pixels;
+            runs->strided = runs->strided || runs->sampleStep[i] != sample;
+        }
     } else if (pixels) {
         runs->count *= images[0]->nChannels;
     } else {
