@@ -1,4 +1,4 @@
-// daxAdd, daxSubtract and daxMultiply against a plain model of samples and walk.
+// The operations on two images, arithmetic and logic, against a plain model of samples and walk.
 
 #include "kit/models.h"
 #include "kit/platform.h"
@@ -38,6 +38,12 @@ const PairOperation operations[] = {
      [](int64_t a, int64_t b) { return a - b; }, [](int64_t a, int64_t b) { return a & ~b; }, true},
     {"daxMultiply", "daxmul", daxMultiply, [](int64_t a, int64_t b) { return a * b; },
      [](int64_t a, int64_t b) { return a & b; }, false},
+    {"daxAnd", "daxand", daxAnd, [](int64_t a, int64_t b) { return a & b; },
+     [](int64_t a, int64_t b) { return a & b; }, false},
+    {"daxOr", "daxor", daxOr, [](int64_t a, int64_t b) { return a | b; },
+     [](int64_t a, int64_t b) { return a | b; }, false},
+    {"daxXor", "daxxor", daxXor, [](int64_t a, int64_t b) { return a ^ b; },
+     [](int64_t a, int64_t b) { return a ^ b; }, false},
 };
 
 bool multiplies16u(const PairOperation& operation, const Image& dst) {
