@@ -8,6 +8,10 @@
 #include <cstddef>
 #include <cstdint>
 
+// The place inside an image that a place outside reads, along one axis of `n` places, in any mode
+// but that of the constant. A mode that is none of the four reads the nearest sample.
+int32_t ownBorderPlace(int32_t mode, int64_t at, int32_t n);
+
 // One sample inside the image, and one at any place. Samples come as unsigned numbers in their own
 // width, constants as they are stored.
 uint32_t ownPixelAt(DaxImage* image, int32_t x, int32_t y, int32_t channel);

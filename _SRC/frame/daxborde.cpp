@@ -29,19 +29,6 @@ int64_t reflected(int64_t at, int64_t n) { return floorMod(at + n, 2 * n) - n; }
 
 int64_t nearest(int64_t at, int64_t n) { return at < 0 ? 0 : at >= n ? n - 1 : at; }
 
-// The place inside the image that a place outside reads. A mode that is none of the four reads the
-// nearest sample.
-int32_t placeInside(int32_t mode, int32_t at, int32_t n) {
-    int64_t place = nearest(at, n);
-    if (mode == DAX_BORDER_REFLECT) {
-        place = reflected(at, n);
-        if (place < 0) place = ~place;
-    } else if (mode == DAX_BORDER_WRAP) {
-        place = floorMod(at, n);
-    }
-    return static_cast<int32_t>(place);
-}
-
 // Calls `use(header of the tile, first x in it, first y in it, number of samples, samples before)`
 // for each tile that a run along a row crosses, with the tile held. A plain image is its own only
 // tile.
@@ -328,6 +315,17 @@ bool fillRect(DaxImage* image, const Axis& allX, const Parts& x, const Parts& y,
 
 } // namespace
 
+int32_t ownBorderPlace(int32_t mode, int64_t at, int32_t n) {
+    int64_t place = nearest(at, n);
+    if (mode == DAX_BORDER_REFLECT) {
+        place = reflected(at, n);
+        if (place < 0) place = ~place;
+    } else if (mode == DAX_BORDER_WRAP) {
+        place = floorMod(at, n);
+    }
+    return static_cast<int32_t>(place);
+}
+
 void daxSetBorderMode(DaxImage* image, int32_t mode, int32_t border, int32_t constVal) {
     for (int32_t side = 0; side < 4; ++side) {
         if ((border >> side & 1) == 0) continue;
@@ -351,8 +349,8 @@ uint32_t ownBorderPixel(DaxImage* image, int32_t x, int32_t y, int32_t channel) 
     const Side side = sideOf(outside);
     const int32_t mode = image->borderModes[side];
     if (mode == DAX_BORDER_CONST) return static_cast<uint32_t>(image->borderConsts[side]);
-    return ownPixelAt(image, placeInside(mode, x, image->width),
-                      placeInside(mode, y, image->height), channel);
+    return ownPixelAt(image, ownBorderPlace(mode, x, image->width),
+                      ownBorderPlace(mode, y, image->height), channel);
 }
 
 void ownPixelRun(DaxImage* image, int32_t x, int32_t y, int32_t channel, char* buffer,
@@ -377,8 +375,8 @@ void ownBorderRow(DaxImage* image, int32_t x, int32_t y, int32_t channel, char* 
         ownFillRun(static_cast<uint32_t>(image->borderConsts[side]), image->depth, buffer, count);
         return;
     }
-    const int32_t insideX = placeInside(mode, x, image->width);
-    const int32_t insideY = placeInside(mode, y, image->height);
+    const int32_t insideX = ownBorderPlace(mode, x, image->width);
+    const int32_t insideY = ownBorderPlace(mode, y, image->height);
     if (mode == DAX_BORDER_REFLECT) {
         const bool forward = reflected(x, image->width) >= 0;
         ownPixelRun(image, insideX, insideY, channel, buffer, count, forward);

@@ -1,0 +1,303 @@
+#include "filter/blur.h"
+#include "frame/border.h"
+#include "frame/call.h"
+#include "frame/depth.h"
+#include "frame/memory.h"
+#include "frame/movers.h"
+#include "frame/ownrect.h"
+
+namespace {
+
+constexpr OwnCall call = {"daxBlur", "daxBlur"};
+
+// The largest count of pixels for which the means of samples of 8 bits come out in single
+// precision, see scaleFor().
+constexpr int64_t mostForSingle = 21845;
+
+struct Window {
+    int32_t nRows;
+    int32_t nCols;
+    int32_t anchorX;
+    int32_t anchorY;
+    OwnBlurScale scale;
+};
+
+// Of samples of 8 bits the sum s of n is exact in single precision. With f the scale, 1 / n times 1
+// + e, the mean of a sum that is no multiple of n is further from a whole number than all errors
+// together, 3 * 256 / 2^24. Of a multiple, q * n, the product with f is q or more if e isn't
+// negative, and so is the rounded one; else it is below q, and so is the rounded product with the
+// number next to f.
+OwnBlurScale scaleFor(int32_t nRows, int32_t nCols) {
+    const int64_t count = int64_t{nRows} * nCols;
+    const auto scale = static_cast<float>(1.0 / static_cast<double>(count));
+    OwnBlurScale result = {static_cast<double>(scale), 0};
+    if (count <= mostForSingle) {
+        const bool below = static_cast<double>(scale) * static_cast<double>(count) < 1.0;
+        result.single = below ? __builtin_nextafterf(scale, 0.0f) : scale;
+    }
+    return result;
+}
+
+ptrdiff_t smaller(ptrdiff_t a, ptrdiff_t b) { return a < b ? a : b; }
+
+// The part of an image that is worked: a rectangle and a range of channels.
+struct Region {
+    ptrdiff_t x;
+    ptrdiff_t y;
+    ptrdiff_t height;
+    ptrdiff_t width;
+    int32_t firstChannel;
+    int32_t lastChannel;
+
+    explicit Region(const DaxImage* image)
+        : x(0), y(0), height(image->height), width(image->width), firstChannel(1),
+          lastChannel(image->nChannels) {
+        const DaxROI* roi = image->roi;
+        if (roi == nullptr) return;
+        x = roi->xOffset;
+        y = roi->yOffset;
+        height = smaller(roi->height, image->height - y);
+        width = smaller(roi->width, image->width - x);
+        if (roi->coi != 0) firstChannel = lastChannel = roi->coi;
+    }
+};
+
+// A channel of a plain image, from one of its pixels on.
+struct Channel {
+    char* start;
+    ptrdiff_t rowStep;
+    ptrdiff_t step; // bytes from sample to sample
+
+    Channel(const DaxImage* image, ptrdiff_t x, ptrdiff_t y, int32_t channel)
+        : rowStep(image->widthStep), step(ownSampleBytes(image->depth)) {
+        const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
+        const ptrdiff_t plane = pixels ? step : rowStep * image->height;
+        if (pixels) step *= image->nChannels;
+        start =
+            static_cast<char*>(image->imageData) + y * rowStep + x * step + (channel - 1) * plane;
+    }
+    char* row(ptrdiff_t index) const { return start + index * rowStep; }
+};
+
+// One piece: from a padded copy, whose first pixel is the corner of the first rectangle, to a
+// destination.
+class Piece {
+public:
+    Piece(const Window& all, const Region& common, const DaxImage* from, const DaxImage* to,
+          ptrdiff_t dstX, ptrdiff_t dstY, ptrdiff_t rows, ptrdiff_t columns)
+        : window(all), padded(from), dstImage(to), x(dstX), y(dstY), height(rows), width(columns),
+          columnCount(columns + all.nCols), sample(ownSampleBytes(to->depth)),
+          rowKernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(to->depth)]),
+          sums(columnCount * rowKernels.rowsAtOnce), gathered(columnCount * sample * 2),
+          means(columns * sample * rowKernels.rowsAtOnce) {
+        for (int32_t channel = common.firstChannel; channel <= common.lastChannel; ++channel) {
+            if (all.nRows == 1 && all.nCols == 1)
+                copy(channel);
+            else if (all.nRows == 0 || all.nCols == 0)
+                fill(channel);
+            else if (sums && gathered && means)
+                blur(channel);
+        }
+    }
+
+private:
+    void copy(int32_t channel) const {
+        const Channel src(padded, 0, 0, channel);
+        const Channel dst(dstImage, x, y, channel);
+        for (ptrdiff_t row = 0; row < height; ++row) put(src.row(row), src.step, dst, row);
+    }
+
+    // The product of no pixels and no limit is no number, and such a one becomes 0x80000000.
+    void fill(int32_t channel) const {
+        const uint32_t value = dstImage->depth == DAX_DEPTH_32S ? 0x80000000u : 0;
+        const Channel dst(dstImage, x, y, channel);
+        for (ptrdiff_t row = 0; row < height; ++row)
+            ownStridedMovers(sample).fill(value, dst.row(row), dst.step, width);
+    }
+
+    void put(const char* from, ptrdiff_t step, const Channel& dst, ptrdiff_t row) const {
+        if (step == sample && dst.step == sample)
+            ownCopyRow(from, dst.row(row), width * sample);
+        else
+            ownStridedMovers(sample).copy(from, step, dst.row(row), dst.step, width);
+    }
+
+    // A row of the padded copy, with its samples side by side.
+    const char* packed(const Channel& src, ptrdiff_t row, ptrdiff_t slot) const {
+        if (src.step == sample) return src.row(row);
+        char* to = gathered.get() + slot * columnCount * sample;
+        ownStridedMovers(sample).copy(src.row(row), src.step, to, sample, columnCount);
+        return to;
+    }
+
+    uint32_t* columns(int32_t slot) const { return sums.get() + slot * columnCount; }
+
+    void blur(int32_t channel) const {
+        const Channel src(padded, 0, 0, channel);
+        const Channel dst(dstImage, x, y, channel);
+        const bool direct = dst.step == sample;
+        // Of floats and of integers, 0 has no bit set.
+        ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
+        for (ptrdiff_t row = 0; row < window.nRows; ++row)
+            rowKernels.add(packed(src, row, 0), columns(0), columnCount);
+        int32_t last = 0; // the slot of the latest sums
+        for (ptrdiff_t row = 0; row < height;) {
+            const void* from[ownMostBlurRows] = {};
+            char* to[ownMostBlurRows] = {};
+            int32_t rows = 0;
+            for (; rows < rowKernels.rowsAtOnce && row + rows < height; ++rows) {
+                const ptrdiff_t at = row + rows;
+                if (at > 0)
+                    rowKernels.slide(packed(src, at - 1 + window.nRows, 0), packed(src, at - 1, 1),
+                                     columns(last), columns(rows), columnCount);
+                last = rows;
+                from[rows] = columns(rows);
+                to[rows] = direct ? dst.row(at) : means.get() + rows * width * sample;
+            }
+            rowKernels.means(from, to, rows, width, window.nCols, window.scale);
+            if (!direct)
+                for (int32_t k = 0; k < rows; ++k) put(to[k], sample, dst, row + k);
+            row += rows;
+        }
+    }
+
+    const Window& window;
+    const DaxImage* padded;
+    const DaxImage* dstImage;
+    const ptrdiff_t x;
+    const ptrdiff_t y;
+    const ptrdiff_t height;
+    const ptrdiff_t width;
+    const ptrdiff_t columnCount;
+    const ptrdiff_t sample;
+    const OwnBlurRows& rowKernels;
+    OwnBuffer<uint32_t> sums;
+    OwnBuffer<char> gathered;
+    OwnBuffer<char> means;
+};
+
+// A plain copy of a piece's rectangle with its surroundings, one row and one column more than the
+// rectangles reach.
+class Padded {
+public:
+    // False when it can't be had.
+    bool fetch(const Window& window, DaxImage* image, ptrdiff_t x, ptrdiff_t y, ptrdiff_t height,
+               ptrdiff_t width) {
+        const ptrdiff_t firstX = x - window.anchorX;
+        const ptrdiff_t firstY = y - window.anchorY;
+        if (height + window.nRows > INT32_MAX || width + window.nCols > INT32_MAX) return false;
+        header = *image;
+        header.roi = nullptr;
+        header.tileInfo = nullptr;
+        header.height = static_cast<int32_t>(height + window.nRows);
+        header.width = static_cast<int32_t>(width + window.nCols);
+        block.reset(ownBorderRect(image, static_cast<int32_t>(firstX), static_cast<int32_t>(firstY),
+                                  header.width, header.height, &header.widthStep));
+        header.imageData = block.get();
+        return static_cast<bool>(block);
+    }
+    const DaxImage* image() const { return &header; }
+
+private:
+    DaxImage header;
+    OwnBuffer<char> block;
+};
+
+// The tiles to walk along one axis, and the rectangle in them.
+struct Span {
+    ptrdiff_t first;
+    ptrdiff_t last;
+    ptrdiff_t inFirst; // place in the first tile
+    ptrdiff_t size;
+    ptrdiff_t src; // place in the source
+};
+
+Span wholeSpan(ptrdiff_t offset, ptrdiff_t size, ptrdiff_t src, ptrdiff_t tileSize) {
+    const ptrdiff_t first = offset / tileSize;
+    return {first, (offset + size - 1) / tileSize, offset - first * tileSize, size, src};
+}
+
+// One tile; what of the rectangle lies before it is left out of the source, too. A tile that has
+// nothing of the rectangle gives no size.
+Span mappedSpan(ptrdiff_t offset, ptrdiff_t size, ptrdiff_t src, ptrdiff_t tileSize,
+                ptrdiff_t mapped) {
+    const ptrdiff_t tile = mapped / tileSize;
+    const ptrdiff_t begin = tile * tileSize;
+    if (offset >= begin + tileSize || offset + size <= begin) return {tile, tile, 0, 0, src};
+    const ptrdiff_t before = begin > offset ? begin - offset : 0;
+    return {tile, tile, offset + before - begin, size - before, src + before};
+}
+
+void releaseTile(DaxImage* image, ptrdiff_t col, ptrdiff_t row) {
+    image->tileInfo->callBack(image, static_cast<int32_t>(col), static_cast<int32_t>(row),
+                              DAX_TILE_RELEASE);
+}
+
+// Tile columns are the outer loop, and a tile is released when its neighbours to the right and
+// below have been worked.
+void blurTiles(const Window& window, const Region& common, DaxImage* srcImage, DaxImage* dstImage,
+               const Span& x, const Span& y) {
+    const DaxTileInfo* tiles = dstImage->tileInfo;
+    DaxImage header;
+    ownTileHeader(dstImage, &header);
+    OwnTile tile(dstImage);
+    ptrdiff_t doneX = 0;
+    ptrdiff_t width = 0;
+    for (ptrdiff_t col = x.first; col <= x.last; ++col, doneX += width) {
+        const ptrdiff_t inX = col == x.first ? x.inFirst : 0;
+        width = smaller(tiles->width - inX, x.size - doneX);
+        ptrdiff_t doneY = 0;
+        ptrdiff_t height = 0;
+        for (ptrdiff_t row = y.first; row <= y.last; ++row, doneY += height) {
+            const ptrdiff_t inY = row == y.first ? y.inFirst : 0;
+            height = smaller(tiles->height - inY, y.size - doneY);
+            Padded padded;
+            if (!padded.fetch(window, srcImage, x.src + doneX, y.src + doneY, height, width))
+                return;
+            if (!tile.request(col, row, DAX_TILE_WRITE)) return;
+            header.imageData = tile.data();
+            Piece(window, common, padded.image(), &header, inX, inY, height, width);
+            if (col > x.first && row > y.first) releaseTile(dstImage, col - 1, row - 1);
+        }
+    }
+    for (ptrdiff_t col = x.first; col <= x.last; ++col) releaseTile(dstImage, col, y.last);
+    for (ptrdiff_t row = y.first; row < y.last; ++row) releaseTile(dstImage, x.last, row);
+}
+
+} // namespace
+
+void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCols, int32_t anchorX,
+             int32_t anchorY, const DaxMapping* mapping) {
+    if (!call.sound(srcImage)) return;
+    if (!call.sound(dstImage)) return;
+    if (call.rejects(srcImage->depth != dstImage->depth, "(srcImage->depth!=dstImage->depth)"))
+        return;
+    if (call.rejects(srcImage->depth == DAX_DEPTH_1U, "(srcImage->depth==1)")) return;
+    if (call.rejects(nRows < 0 || nCols < 0, "(nRows<0||nCols<0)")) return;
+    if (call.rejects(anchorX < 0 || anchorY < 0, "(anchorX<0||anchorY<0)")) return;
+
+    const Window window = {nRows, nCols, anchorX, anchorY, scaleFor(nRows, nCols)};
+    const Region src(srcImage);
+    Region dst(dstImage);
+    dst.height = smaller(dst.height, src.height);
+    dst.width = smaller(dst.width, src.width);
+    if (src.firstChannel > dst.firstChannel) dst.firstChannel = src.firstChannel;
+    if (src.lastChannel < dst.lastChannel) dst.lastChannel = src.lastChannel;
+    if (dst.height <= 0 || dst.width <= 0) return;
+
+    const DaxTileInfo* tiles = dstImage->tileInfo;
+    if (tiles == nullptr) {
+        Padded padded;
+        if (padded.fetch(window, srcImage, src.x, src.y, dst.height, dst.width))
+            Piece(window, dst, padded.image(), dstImage, dst.x, dst.y, dst.height, dst.width);
+        return;
+    }
+    Span x = wholeSpan(dst.x, dst.width, src.x, tiles->width);
+    Span y = wholeSpan(dst.y, dst.height, src.y, tiles->height);
+    if (mapping != nullptr) {
+        x = mappedSpan(dst.x, dst.width, src.x, tiles->width, mapping->xDst);
+        y = mappedSpan(dst.y, dst.height, src.y, tiles->height, mapping->yDst);
+        if (x.size == 0 || y.size == 0) return;
+    }
+    blurTiles(window, dst, srcImage, dstImage, x, y);
+}

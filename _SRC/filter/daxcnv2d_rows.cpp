@@ -1,0 +1,196 @@
+#include "filter/convolve.h"
+#include "frame/bit_lanes.h"
+#include "frame/lanes.h"
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+namespace {
+
+template <class T> T wrapped(int64_t value) {
+    return static_cast<T>(static_cast<std::make_unsigned_t<T>>(static_cast<uint64_t>(value)));
+}
+
+// The low 32 bits of a float rounded to nearest, ties to even: below a number of this size there
+// are no fractions.
+int32_t rounded(double value) {
+    const double shifted = value + 4503603922337792.0; // 2^52 + 2^32
+    return static_cast<int32_t>(static_cast<uint32_t>(__builtin_bit_cast(uint64_t, shifted)));
+}
+
+// A count as wide as a sum, or wider, leaves the sign.
+template <class T> void shiftRun(T* sums, ptrdiff_t width, uint32_t count) {
+    constexpr uint32_t most = sizeof(T) * 8 - 1;
+    const auto by = static_cast<int32_t>(count < most ? count : most);
+    for (ptrdiff_t i = 0; i < width; ++i) sums[i] = static_cast<T>(sums[i] >> by);
+}
+
+// How single pixels at the end of a row shift.
+int32_t singleCount(uint32_t count) { return static_cast<int32_t>(count & 31); }
+
+// Bits: all pixels alike. Squares and sums stay in 16 bits.
+struct Bits {
+    using Sum = int16_t;
+    using Merged = int16_t;
+    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm) {
+        shiftRun(sums, width, count);
+    }
+};
+
+struct Bytes {
+    using Sum = int16_t;
+    using Merged = int32_t;
+    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
+        shiftRun(sums, width & ~ptrdiff_t{1}, count);
+        // A last single pixel that is stored stays unshifted.
+        if ((width & 1) == 0 || form == OwnShiftForm::store) return;
+        sums[width - 1] = static_cast<Sum>(sums[width - 1] >> singleCount(count));
+    }
+};
+
+struct Words {
+    using Sum = int32_t;
+    using Merged = int32_t;
+    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
+        shiftRun(sums, width & ~ptrdiff_t{1}, count);
+        if ((width & 1) == 0) return;
+        Sum& last = sums[width - 1];
+        if (form == OwnShiftForm::add) {
+            last >>= singleCount(count);
+            return;
+        }
+        // Of a last single pixel that is stored only the low half is shifted.
+        const auto low = static_cast<int16_t>(static_cast<uint16_t>(last));
+        const auto shifted = static_cast<uint16_t>(low >> singleCount(count));
+        last = static_cast<Sum>((static_cast<uint32_t>(last) & 0xFFFF0000u) | shifted);
+    }
+};
+
+struct Floats {
+    using Sum = double;
+    using Merged = double;
+    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm) {
+        const auto by = static_cast<int32_t>(count < 31 ? count : 31);
+        for (ptrdiff_t i = 0; i < width; ++i) sums[i] = rounded(sums[i]) >> by;
+    }
+};
+
+template <class T> T squared(T value) {
+    if constexpr (std::is_floating_point_v<T>)
+        return value * value;
+    else
+        return static_cast<T>(static_cast<uint32_t>(int32_t{value}) *
+                              static_cast<uint32_t>(int32_t{value}));
+}
+
+template <class T> T added(T a, T b) {
+    if constexpr (std::is_floating_point_v<T>)
+        return a + b;
+    else
+        return wrapped<T>(int64_t{a} + b);
+}
+
+// merged[i] = of(merged[i], sums[i])
+template <class Kind, class Of>
+void mergeRun(const typename Kind::Sum* sums, typename Kind::Merged* __restrict merged,
+              ptrdiff_t width, Of of) {
+    for (ptrdiff_t i = 0; i < width; ++i)
+        merged[i] = of(merged[i], static_cast<typename Kind::Merged>(sums[i]));
+}
+
+template <class Kind>
+void merge(const void* from, void* to, ptrdiff_t width, int32_t method, bool first) {
+    using M = typename Kind::Merged;
+    const auto* sums = static_cast<const typename Kind::Sum*>(from);
+    auto* merged = static_cast<M*>(to);
+    const bool squares =
+        method == DAX_COMBINE_SUM_SQUARES || method == DAX_COMBINE_ROOT_SUM_SQUARES;
+    if (first && squares)
+        mergeRun<Kind>(sums, merged, width, [](M, M s) { return squared(s); });
+    else if (first)
+        mergeRun<Kind>(sums, merged, width, [](M, M s) { return s; });
+    else if (squares)
+        mergeRun<Kind>(sums, merged, width, [](M m, M s) { return added(m, squared(s)); });
+    else if (method == DAX_COMBINE_SUM)
+        mergeRun<Kind>(sums, merged, width, [](M m, M s) { return added(m, s); });
+    else if (method == DAX_COMBINE_MAX)
+        mergeRun<Kind>(sums, merged, width, [](M m, M s) { return s > m ? s : m; });
+    else
+        mergeRun<Kind>(sums, merged, width, [](M m, M s) { return s < m ? s : m; });
+}
+
+template <class Kind> void shift(void* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
+    Kind::shift(static_cast<typename Kind::Sum*>(sums), width, count, form);
+}
+
+// Roots of integers are truncated. A sum of squares that has wrapped below 0 has the root
+// 0x80000000, of which 16 bits are 0.
+template <class T> void root(void* merged, ptrdiff_t width) {
+    auto* at = static_cast<T*>(merged);
+    for (ptrdiff_t i = 0; i < width; ++i) {
+        const double found = std::sqrt(static_cast<double>(at[i] < 0 ? T{0} : at[i]));
+        if constexpr (std::is_floating_point_v<T>) {
+            at[i] = found;
+        } else {
+            constexpr T none = sizeof(T) == 4 ? std::numeric_limits<T>::min() : T{0};
+            at[i] = at[i] < 0 ? none : static_cast<T>(static_cast<int32_t>(found));
+        }
+    }
+}
+
+template <class From, class To>
+void store(const void* from, char* dst, ptrdiff_t, ptrdiff_t width) {
+    const auto* x = static_cast<const From*>(from);
+    auto* z = ownLanes<To>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < width; ++i) {
+        if constexpr (std::is_floating_point_v<From>) {
+            const double raised = x[i] < -2147483648.0 ? -2147483648.0 : x[i];
+            z[i] = rounded(raised < 2147483647.0 ? raised : 2147483647.0);
+        } else {
+            constexpr From least = std::numeric_limits<To>::min();
+            constexpr From most =
+                sizeof(From) > sizeof(To) ? From{std::numeric_limits<To>::max()} : From{0};
+            const From raised = x[i] > least ? x[i] : least;
+            z[i] = static_cast<To>(raised < most ? raised : most);
+        }
+    }
+}
+
+// A bit is set by a value above 0; in the last pixels of a row, which are no eight, by 0 as well.
+void storeBits(const void* from, char* dst, ptrdiff_t bit, ptrdiff_t width) {
+    const auto* x = static_cast<const int16_t*>(from);
+    const auto place = [&](uint32_t bits, ptrdiff_t i, ptrdiff_t count) {
+        char* at = dst + ((bit + i) >> 3);
+        const auto phase = static_cast<int32_t>((bit + i) & 7);
+        const ptrdiff_t here = count < 8 - phase ? count : 8 - phase;
+        ownMergeBits(at, phase, here, bits);
+        if (count > here) ownMergeBits(at + 1, 0, count - here, bits << here & 0xFF);
+    };
+    ptrdiff_t i = 0;
+    for (; i + 8 <= width; i += 8) {
+        uint32_t bits = 0;
+        for (int32_t k = 0; k < 8; ++k) bits |= (x[i + k] > 0 ? 0x80u : 0u) >> k;
+        place(bits, i, 8);
+    }
+    if (i == width) return;
+    uint32_t bits = 0;
+    for (ptrdiff_t k = 0; i + k < width; ++k) bits |= (x[i + k] >= 0 ? 0x80u : 0u) >> k;
+    place(bits, i, width - i);
+}
+
+template <class Kind, class Sample> constexpr OwnMergeRows rowsOf() {
+    using Merged = typename Kind::Merged;
+    return {shift<Kind>, merge<Kind>, root<Merged>, store<typename Kind::Sum, Sample>,
+            store<Merged, Sample>};
+}
+
+constexpr OwnMergeTable table = {{shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits},
+                                 {rowsOf<Bytes, uint8_t>(), rowsOf<Bytes, int8_t>(),
+                                  rowsOf<Words, uint16_t>(), rowsOf<Words, int16_t>(),
+                                  rowsOf<Floats, int32_t>()}};
+
+} // namespace
+
+template <> const OwnMergeTable& ownRowTable<OwnMerge, OWN_ISA>() { return table; }

@@ -1,0 +1,164 @@
+#include "filter/taps.h"
+#include "frame/lanes.h"
+
+#include <utility>
+
+namespace {
+
+// Coefficients and sums of a pass stay in registers, and so do the addresses of its runs.
+constexpr ptrdiff_t tapsOfPass = 9;
+
+// A sum modulo 65536.
+struct Narrow {
+    using Cell = int16_t;
+    using Sum = int16_t;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+        const uint32_t product =
+            static_cast<uint32_t>(static_cast<uint16_t>(cell)) * static_cast<uint16_t>(coef);
+        return static_cast<Sum>(static_cast<uint16_t>(static_cast<uint16_t>(sum) + product));
+    }
+};
+
+// A sum held at the limits. The product always fits; it is brought into the range in which the sum
+// fits, since lanes of 16 bits have minima and maxima.
+struct Held {
+    using Cell = int16_t;
+    using Sum = int16_t;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+        const Sum product = Narrow::add(0, cell, coef);
+        const auto least = static_cast<Sum>(INT16_MIN - (sum < 0 ? sum : 0));
+        const auto most = static_cast<Sum>(INT16_MAX - (sum > 0 ? sum : 0));
+        const Sum raised = product > least ? product : least;
+        return static_cast<Sum>(sum + (raised < most ? raised : most));
+    }
+};
+
+struct Wide {
+    using Cell = int16_t;
+    using Sum = int32_t;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+        const int32_t product = int32_t{cell} * int32_t{coef};
+        return static_cast<Sum>(static_cast<uint32_t>(sum) + static_cast<uint32_t>(product));
+    }
+};
+
+struct Words {
+    using Cell = int32_t;
+    using Sum = int32_t;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+        const uint32_t product = static_cast<uint32_t>(cell) * static_cast<uint32_t>(int32_t{coef});
+        return static_cast<Sum>(static_cast<uint32_t>(sum) + product);
+    }
+};
+
+struct Floats {
+    using Cell = double;
+    using Sum = double;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+#ifdef __FMA__
+        // The product is exact, so that there is one rounding in either way.
+        return __builtin_fma(cell, static_cast<double>(coef), sum);
+#else
+        return sum + cell * static_cast<double>(coef);
+#endif
+    }
+};
+
+template <class Op>
+using Pass = void (*)(const typename Op::Cell* cells, const OwnTap* taps, typename Op::Sum start,
+                      typename Op::Sum* sums, ptrdiff_t width);
+
+template <class Op, bool first, int... k>
+void runPass(const typename Op::Cell* cells, const OwnTap* taps, typename Op::Sum start,
+             typename Op::Sum* __restrict sums, ptrdiff_t width) {
+    const typename Op::Cell* const run[] = {cells + taps[k].offset...};
+    const int16_t coef[] = {static_cast<int16_t>(taps[k].coef)...};
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < width; ++i) {
+        typename Op::Sum sum = first ? start : sums[i];
+        ((sum = Op::add(sum, run[k][i], coef[k])), ...);
+        sums[i] = sum;
+    }
+}
+
+template <class Op, bool first, int... k>
+constexpr Pass<Op> passOf(std::integer_sequence<int, k...>) {
+    return runPass<Op, first, k...>;
+}
+
+template <class Op, bool first, int... n> struct Passes {
+    static constexpr Pass<Op> by[] = {
+        passOf<Op, first>(std::make_integer_sequence<int, n + 1>{})...};
+};
+
+template <class Op, bool first, int... n>
+constexpr Pass<Op> passOfCount(ptrdiff_t count, std::integer_sequence<int, n...>) {
+    return Passes<Op, first, n...>::by[count - 1];
+}
+
+template <class Op>
+void sumTaps(const typename Op::Cell* cells, const OwnTap* taps, ptrdiff_t tapCount,
+             typename Op::Sum start, typename Op::Sum* sums, ptrdiff_t width) {
+    constexpr auto counts = std::make_integer_sequence<int, tapsOfPass>{};
+    if (tapCount == 0)
+        for (ptrdiff_t i = 0; i < width; ++i) sums[i] = start;
+    for (ptrdiff_t done = 0; done < tapCount;) {
+        const ptrdiff_t rest = tapCount - done;
+        const ptrdiff_t count = rest < tapsOfPass ? rest : tapsOfPass;
+        const auto pass = done == 0 ? passOfCount<Op, true>(count, counts)
+                                    : passOfCount<Op, false>(count, counts);
+        pass(cells, taps + done, start, sums, width);
+        done += count;
+    }
+}
+
+template <class Op>
+void sumFromZero(const typename Op::Cell* cells, const OwnTap* taps, ptrdiff_t tapCount,
+                 typename Op::Sum* sums, ptrdiff_t width) {
+    sumTaps<Op>(cells, taps, tapCount, 0, sums, width);
+}
+
+struct Stretch {
+    ptrdiff_t from;
+    ptrdiff_t to;
+};
+
+// Where the run of a tap lies in whole groups of eight.
+Stretch bodyOf(const OwnTap& tap, int32_t phase, ptrdiff_t width) {
+    const ptrdiff_t head = -(phase + tap.offset) & 7;
+    if (head >= width) return {width, width};
+    return {head, head + (width - head) / 8 * 8};
+}
+
+void sumHeld(const int16_t* cells, int32_t phase, const OwnTap* taps, ptrdiff_t tapCount,
+             int16_t* sums, ptrdiff_t width) {
+    Stretch common = {0, width};
+    for (ptrdiff_t t = 0; t < tapCount; ++t) {
+        const Stretch body = bodyOf(taps[t], phase, width);
+        if (body.from > common.from) common.from = body.from;
+        if (body.to < common.to) common.to = body.to;
+    }
+    if (common.to < common.from) common.to = common.from;
+    const auto single = [&](ptrdiff_t i) {
+        int16_t sum = 0;
+        for (ptrdiff_t t = 0; t < tapCount; ++t) {
+            const Stretch body = bodyOf(taps[t], phase, width);
+            const auto coef = static_cast<int16_t>(taps[t].coef);
+            const int16_t cell = cells[taps[t].offset + i];
+            sum = i >= body.from && i < body.to ? Held::add(sum, cell, coef)
+                                                : Narrow::add(sum, cell, coef);
+        }
+        sums[i] = sum;
+    };
+    for (ptrdiff_t i = 0; i < common.from; ++i) single(i);
+    sumTaps<Held>(cells + common.from, taps, tapCount, 0, sums + common.from,
+                  common.to - common.from);
+    for (ptrdiff_t i = common.to; i < width; ++i) single(i);
+}
+
+constexpr OwnTapTable table = {sumFromZero<Narrow>, sumHeld, sumTaps<Wide>, sumFromZero<Words>,
+                               sumFromZero<Floats>};
+
+} // namespace
+
+template <> const OwnTapTable& ownRowTable<OwnTaps, OWN_ISA>() { return table; }
