@@ -45,23 +45,6 @@ int32_t tilesOver(int32_t offset, int32_t size, int32_t tileSize) {
     return static_cast<int32_t>(last - offset / tileSize + 1);
 }
 
-int32_t walkTiles(const DaxImage* image, int32_t height, int32_t width, DaxTileWalk* walk) {
-    if (height == 0 || width == 0) return 0;
-    const int32_t x = ownRoiX(image);
-    const int32_t y = ownRoiY(image);
-    walk->walkHeight = height;
-    walk->walkWidth = width;
-    walk->tileHeight = image->tileInfo->height;
-    walk->tileWidth = image->tileInfo->width;
-    walk->firstTileCol = x / walk->tileWidth;
-    walk->firstTileRow = y / walk->tileHeight;
-    walk->tileCols = tilesOver(x, width, walk->tileWidth);
-    walk->tileRows = tilesOver(y, height, walk->tileHeight);
-    walk->xInFirstTile = x - walk->firstTileCol * walk->tileWidth;
-    walk->yInFirstTile = y - walk->firstTileRow * walk->tileHeight;
-    return 1;
-}
-
 } // namespace
 
 void ownPlaneView(const DaxImage* image, DaxPlaneView* view) {
@@ -81,7 +64,8 @@ void ownPlaneView(const DaxImage* image, DaxPlaneView* view) {
     }
     const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
     view->rowStep = ownRowStep(image);
-    view->planeStep = view->rowStep * image->height;
+    // Of use in plane order alone, where it doesn't overflow in an image that memory can hold.
+    if (__builtin_mul_overflow(view->rowStep, image->height, &view->planeStep)) view->planeStep = 0;
     view->pixelStep = coi != 0 ? 1 : image->nChannels;
     view->rowStart = static_cast<char*>(image->imageData) + y * view->rowStep +
                      x * wholeBytes(image) * (pixels ? image->nChannels : 1);
@@ -107,16 +91,33 @@ void ownCheckCompatible(const DaxImage* srcImage, const DaxImage* dstImage, cons
     check(srcImage->origin != dstImage->origin, "srcImage->origin != dstImage->origin");
 }
 
+int32_t ownTileWalkSized(const DaxImage* image, int32_t height, int32_t width, DaxTileWalk* walk) {
+    if (height == 0 || width == 0) return 0;
+    const int32_t x = ownRoiX(image);
+    const int32_t y = ownRoiY(image);
+    walk->walkHeight = height;
+    walk->walkWidth = width;
+    walk->tileHeight = image->tileInfo->height;
+    walk->tileWidth = image->tileInfo->width;
+    walk->firstTileCol = x / walk->tileWidth;
+    walk->firstTileRow = y / walk->tileHeight;
+    walk->tileCols = tilesOver(x, width, walk->tileWidth);
+    walk->tileRows = tilesOver(y, height, walk->tileHeight);
+    walk->xInFirstTile = x - walk->firstTileCol * walk->tileWidth;
+    walk->yInFirstTile = y - walk->firstTileRow * walk->tileHeight;
+    return 1;
+}
+
 int32_t ownTileWalkOf(const DaxImage* otherImage, const DaxImage* walkedImage, DaxTileWalk* walk) {
     int32_t height = regionHeight(walkedImage);
     int32_t width = regionWidth(walkedImage);
     if (regionHeight(otherImage) < height) height = regionHeight(otherImage);
     if (regionWidth(otherImage) < width) width = regionWidth(otherImage);
-    return walkTiles(walkedImage, height, width, walk);
+    return ownTileWalkSized(walkedImage, height, width, walk);
 }
 
 int32_t ownTileWalkSelf(const DaxImage* walkedImage, DaxTileWalk* walk) {
-    return walkTiles(walkedImage, regionHeight(walkedImage), regionWidth(walkedImage), walk);
+    return ownTileWalkSized(walkedImage, regionHeight(walkedImage), regionWidth(walkedImage), walk);
 }
 
 OwnTileShare ownTileShareX(const DaxTileWalk& walk, int32_t col) {

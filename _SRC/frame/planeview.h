@@ -54,6 +54,10 @@ struct DaxTileWalk {
 int32_t ownTileWalkOf(const DaxImage* otherImage, const DaxImage* walkedImage, DaxTileWalk* walk);
 int32_t ownTileWalkSelf(const DaxImage* walkedImage, DaxTileWalk* walk);
 
+// The walk of a rectangle of a given size at the corner of the image's region.
+int32_t ownTileWalkSized(const DaxImage* walkedImage, int32_t height, int32_t width,
+                         DaxTileWalk* walk);
+
 // One step of such a walk along one axis: the place in the tile, the share of the rectangle that
 // lies in it, and how far the rectangle has come before it.
 struct OwnTileShare {

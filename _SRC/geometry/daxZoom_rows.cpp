@@ -1,0 +1,199 @@
+#include "geometry/daxZoom.h"
+
+#include "frame/bit_lanes.h"
+#include "frame/kernels.h"
+#include "frame/lanes.h"
+#include "geometry/nearest.h"
+
+#include <cstring>
+
+#if defined(__AVX2__)
+// The header's own idiom for a register whose content doesn't matter.
+#pragma GCC diagnostic push
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#endif
+
+namespace {
+
+// The last, shorter step is the pick of single samples of the caller.
+void pickBytes(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t bytes) {
+#if defined(__AVX2__)
+    for (ptrdiff_t i = 0; i + 16 <= bytes; i += 16) {
+        const __m128i window =
+            _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(src + windows.first[i / 16]));
+        const __m128i order =
+            _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(windows.order + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i_u*>(dst + i), _mm_shuffle_epi8(window, order));
+    }
+    for (ptrdiff_t i = bytes / 16 * 16; i < bytes; ++i)
+        dst[i] = src[windows.first[i / 16] + windows.order[i]];
+#else
+    for (ptrdiff_t i = 0; i < bytes; ++i) dst[i] = src[windows.first[i / 16] + windows.order[i]];
+#endif
+}
+
+template <class T>
+void pick(const char* src, ptrdiff_t stepSrc, const int32_t* columns, char* dst, ptrdiff_t stepDst,
+          ptrdiff_t channels, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const auto* x = ownLanes<T>(src + columns[i] * stepSrc);
+        auto* z = ownLanes<T>(dst + i * stepDst);
+        for (ptrdiff_t c = 0; c < channels; ++c) z[c] = x[c];
+    }
+}
+
+void pickBits(const char* src, int32_t bitSrc, const int32_t* columns, char* dst, int32_t bitDst,
+              ptrdiff_t count) {
+    const auto bitsFrom = [&](ptrdiff_t i, ptrdiff_t bits) {
+        uint32_t taken = 0;
+        for (ptrdiff_t k = 0; k < bits; ++k) {
+            const ptrdiff_t at = ptrdiff_t{bitSrc} + columns[i + k];
+            taken = taken << 1 | (static_cast<uint8_t>(src[at >> 3]) >> (7 - (at & 7)) & 1);
+        }
+        return taken << (8 - bits);
+    };
+    ptrdiff_t done = 0;
+    if (bitDst != 0) {
+        done = count < 8 - bitDst ? count : 8 - bitDst;
+        ownMergeBits(dst++, bitDst, done, bitsFrom(0, done));
+    }
+    for (; done + 8 <= count; done += 8) *dst++ = static_cast<char>(bitsFrom(done, 8));
+    if (done < count) ownMergeBits(dst, 0, count - done, bitsFrom(done, count - done));
+}
+
+void linearPass8(const char* src, const OwnLinearTaps& taps, int16_t* row) {
+    const auto* x = ownLanes<uint8_t>(src);
+    ptrdiff_t i = 0;
+#if defined(__AVX2__)
+    if (taps.window != nullptr) {
+        for (; i + 8 <= taps.count; i += 8) {
+            const __m128i window =
+                _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(src + taps.window[i / 8]));
+            const auto* order = reinterpret_cast<const __m128i_u*>(taps.order + i * 4);
+            const auto* weight = reinterpret_cast<const __m128i_u*>(taps.weight + i * 2);
+            const auto half = [&](ptrdiff_t k) {
+                const __m128i pairs = _mm_shuffle_epi8(window, _mm_loadu_si128(order + k));
+                return _mm_srai_epi32(_mm_madd_epi16(pairs, _mm_loadu_si128(weight + k)), 8);
+            };
+            _mm_storeu_si128(reinterpret_cast<__m128i_u*>(row + i),
+                             _mm_packs_epi32(half(0), half(1)));
+        }
+    }
+#endif
+    for (; i < taps.count; ++i)
+        row[i] = static_cast<int16_t>((x[taps.sample[2 * i]] * taps.weight[2 * i] +
+                                       x[taps.sample[2 * i + 1]] * taps.weight[2 * i + 1]) >>
+                                      8);
+}
+
+void linearPass16(const char* src, const OwnLinearTaps& taps, int16_t* row) {
+    const auto* x = ownLanes<uint16_t>(src);
+    for (ptrdiff_t i = 0; i < taps.count; ++i)
+        row[i] = static_cast<int16_t>(((x[taps.sample[2 * i]] >> 1) * taps.weight[2 * i] +
+                                       (x[taps.sample[2 * i + 1]] >> 1) * taps.weight[2 * i + 1]) >>
+                                      14);
+}
+
+template <class T, int32_t shift>
+void linearBlend(const int16_t* upper, const int16_t* lower, int32_t weight, char* dst,
+                 ptrdiff_t count) {
+    const auto w1 = static_cast<int16_t>(weight);
+    const auto w0 = static_cast<int16_t>(16384 - weight);
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        z[i] = static_cast<T>((upper[i] * w0 + lower[i] * w1) >> shift);
+}
+
+constexpr ptrdiff_t cubicBlock = 128; // columns
+
+template <class T> void cubicPass(const char* src, const OwnCubicTaps& taps, float* row) {
+    const auto* x = ownLanes<T>(src);
+    // Four samples in a word each; the first of them lowest.
+    using Word = OwnLaneOf<uint64_t>;
+    using Narrow = OwnLaneOf<uint32_t>;
+    uint64_t words[cubicBlock];
+    constexpr int32_t bits = sizeof(T) * 8;
+    constexpr uint64_t mask = (uint64_t{1} << bits) - 1;
+    for (ptrdiff_t from = 0; from < taps.count; from += cubicBlock) {
+        const ptrdiff_t count = taps.count - from < cubicBlock ? taps.count - from : cubicBlock;
+        const int32_t* column = taps.column + from * 4;
+        if (taps.neighbours && sizeof(T) == 1)
+            for (ptrdiff_t i = 0; i < count; ++i)
+                words[i] = *reinterpret_cast<const Narrow*>(x + column[4 * i]);
+        else if (taps.neighbours)
+            for (ptrdiff_t i = 0; i < count; ++i)
+                words[i] = *reinterpret_cast<const Word*>(x + column[4 * i]);
+        else
+            for (ptrdiff_t i = 0; i < count; ++i) {
+                uint64_t word = 0;
+                for (int32_t k = 0; k < 4; ++k) word |= uint64_t{x[column[4 * i + k]]} << k * bits;
+                words[i] = word;
+            }
+        const double* a = taps.a + from;
+        const double* b = taps.b + from;
+        const double* c = taps.c + from;
+        float* out = row + from;
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            const auto q0 = static_cast<int32_t>(words[i] & mask);
+            const auto q1 = static_cast<int32_t>(words[i] >> bits & mask);
+            const auto q2 = static_cast<int32_t>(words[i] >> 2 * bits & mask);
+            const auto q3 = static_cast<int32_t>(words[i] >> 3 * bits & mask);
+            const int32_t d1 = q1 - q0;
+            const int32_t d2 = (q2 - q1) - d1;
+            const int32_t d3 = (q3 - 2 * q2 + q1) - d2;
+            out[i] = static_cast<float>(((q0 + a[i] * d1) + b[i] * d2) + c[i] * d3);
+        }
+    }
+}
+
+template <class T>
+void cubicBlend(const float* const* rows, const double* weights, char* dst, ptrdiff_t count) {
+    constexpr double most = static_cast<T>(-1);
+    const double a = weights[0];
+    const double b = weights[1];
+    const double c = weights[2];
+    const float* r0 = rows[0];
+    const float* r1 = rows[1];
+    const float* r2 = rows[2];
+    const float* r3 = rows[3];
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const double q0 = r0[i];
+        const double q1 = r1[i];
+        const double q2 = r2[i];
+        const double q3 = r3[i];
+        const double d1 = q1 - q0;
+        const double d2 = (q2 - q1) - d1;
+        const double d3 = (q3 - 2 * q2 + q1) - d2;
+        const double value = ((q0 + a * d1) + b * d2) + c * d3;
+        double whole = ownNearestWhole((value + 0.00001) - 0.5);
+        whole = whole < 0 ? 0 : whole;
+        whole = whole > most ? most : whole;
+        z[i] = static_cast<T>(static_cast<int32_t>(whole));
+    }
+}
+
+constexpr OwnZoomTable table = {
+    pickBytes,
+    {pick<uint8_t>, pick<uint16_t>},
+    pickBits,
+    {linearPass8, linearPass16},
+    {linearBlend<uint8_t, 20>, linearBlend<uint16_t, 13>},
+    {cubicPass<uint8_t>, cubicPass<uint16_t>},
+    {cubicBlend<uint8_t>, cubicBlend<uint16_t>},
+#if defined(__AVX2__)
+    true,
+#else
+    false,
+#endif
+};
+
+} // namespace
+
+template <> const OwnZoomTable& ownRowTable<OwnZoom, OWN_ISA>() { return table; }
