@@ -2,7 +2,7 @@
 
 namespace geometry {
 
-std::vector<Image> resamplingPair(Random& random, int32_t mostSize) {
+std::vector<Image> resamplingPair(Random& random, int32_t mostSize, bool slack) {
     std::vector<Shape> shapes = {kit::anyShape(random), kit::anyShape(random)};
     Shape& src = shapes[0];
     Shape& dst = shapes[1];
@@ -17,7 +17,7 @@ std::vector<Image> resamplingPair(Random& random, int32_t mostSize) {
     if (random.chance(50)) src.width = random.in(1, mostSize / 2), src.height = random.in(1, 20);
     if (random.chance(80)) dst.width = random.in(1, mostSize), dst.height = random.in(1, 40);
     for (Shape& shape : shapes) {
-        shape.slack = random.chance(20) ? random.in(1, 5) * 2 : 0;
+        shape.slack = slack && random.chance(20) ? random.in(1, 5) * 2 : 0;
         shape.roi.reset();
         if (random.chance(60))
             shape.roi = kit::anyRoi(random, shape.width, shape.height,

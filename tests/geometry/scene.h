@@ -25,8 +25,9 @@ inline DaxROI regionOf(const DaxImage* image) {
     return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
 }
 
-// A source and a destination of one depth and order, whose channels mostly fit.
-std::vector<Image> resamplingPair(Random& random, int32_t mostSize = 60);
+// A source and a destination of one depth and order, whose channels mostly fit; with rows longer
+// than their fields say, or not.
+std::vector<Image> resamplingPair(Random& random, int32_t mostSize = 60, bool slack = true);
 
 // The part of a stretch that lies in one tile.
 struct Share {
