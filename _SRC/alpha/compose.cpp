@@ -40,8 +40,8 @@ private:
     const OwnComposition& what;
     const OwnOperator& op;
     DaxImage* const* images;
-    const ptrdiff_t height;
-    const ptrdiff_t width;
+    ptrdiff_t height;
+    ptrdiff_t width;
     const ptrdiff_t size; // of a sample, in bytes
     const OwnScaleRows& rows;
     const int32_t coi;
@@ -78,10 +78,12 @@ private:
     void composeRun(ptrdiff_t y, ptrdiff_t x, ptrdiff_t count) const;
     void composePixels(ptrdiff_t y, ptrdiff_t x, ptrdiff_t count) const;
     bool isOwn(OwnPart alpha) const;
-    const char* spreadAlpha(OwnPart part, ptrdiff_t y, ptrdiff_t x, ptrdiff_t count,
-                            char* pixels) const;
+    bool isOverwritten(OwnPart alpha) const;
+    void spreadAlpha(OwnPart part, ptrdiff_t y, ptrdiff_t x, ptrdiff_t count, char* pixels) const;
     const char* preparePixels(OwnPart part, const char* pixels, const char* spread, ptrdiff_t count,
                               char* buffer) const;
+    void composeIntegers(const char* colourA, const char* a, const char* colourB, const char* b,
+                         char* result, ptrdiff_t count) const;
 };
 
 Composer::Composer(const OwnComposition& composition, DaxImage* const* theImages, int32_t theHeight,
@@ -109,6 +111,15 @@ Composer::Composer(const OwnComposition& composition, DaxImage* const* theImages
         if (constantOf(part) >= 0)
             ownFillRow(size, static_cast<uint32_t>(constantOf(part)), constants[part - ownAlphaA],
                        blockBytes / size);
+    // Rows that follow each other without a gap are one row.
+    bool joined = true;
+    for (int32_t part = 0; part < ownParts; ++part)
+        joined = joined &&
+                 (images[part] == nullptr || views[part].rowStep == width * views[part].pixelStep);
+    if (joined) {
+        width *= height;
+        height = 1;
+    }
     inPixels = wholePixels();
     alphasChange = isWritten(ownAlphaA) || isWritten(ownAlphaB);
 }
@@ -165,9 +176,9 @@ void Composer::store(OwnPart part, ptrdiff_t channel, ptrdiff_t y, ptrdiff_t x, 
     if (at != from) ownStridedMovers(size).copy(from, size, at, view.pixelStep * size, count);
 }
 
-// Whole rows where no buffer is needed.
+// Where no buffer is needed, as much as stays in the nearest cache from one channel to the next.
 ptrdiff_t Composer::runLength() const {
-    if (tier == OwnTier::packed && has(ownAlphaB)) return width;
+    if (tier == OwnTier::packed && has(ownAlphaB)) return 4 * blockBytes / size;
     return blockBytes / size / (inPixels ? 4 : 1);
 }
 
@@ -208,22 +219,25 @@ void Composer::composeRun(ptrdiff_t y, ptrdiff_t x, ptrdiff_t count) const {
 }
 
 // Whether a row can be composed pixel by pixel, all samples of a pixel at once: interleaved images
-// of four channels, whose opacity either goes to the fourth or nowhere. Where an opacity that takes
-// part is written over, later channels see what was written: they go one by one.
+// of four channels, whose opacity either goes to the fourth or nowhere.
 bool Composer::wholePixels() const {
-    if (tier != OwnTier::integer || coi != 0) return false;
+    if (tier == OwnTier::packed || coi != 0) return false;
     for (const OwnPart part : colourParts)
         if (images[part]->nChannels != 4 || images[part]->dataOrder != DAX_DATA_PIXEL) return false;
     if (has(ownOpacityDst) && images[ownOpacityDst] != images[ownDst]) return false;
-    const auto changes = [&](OwnPart alpha) {
-        if (!isWritten(alpha)) return false;
-        // The destination's own, which stays as it is.
-        const bool stays = !has(ownOpacityDst) || (op.opacityIsB && alpha == ownAlphaB);
-        return !stays || skipped < 0 || views[alpha].row(0) != views[ownDst].row(0, 3);
+    // What is read may be written elsewhere by one channel, and read again by the next; but not in
+    // the floating tier.
+    const auto inStep = [this](OwnPart alpha) {
+        return !isWritten(alpha) || (tier == OwnTier::integer && isOverwritten(alpha));
     };
-    const bool needsB = ownNeedsB(op, what.premultiplied);
-    const bool needsA = ownNeedsA(op, what.premultiplied) || (needsB && !has(ownAlphaB));
-    return !(needsA && changes(ownAlphaA)) && !(needsB && changes(ownAlphaB));
+    return inStep(ownAlphaA) && inStep(ownAlphaB);
+}
+
+// Whether opacities lie just where those of the result go, or in the channel that stays as it is.
+bool Composer::isOverwritten(OwnPart alpha) const {
+    return has(alpha) && skipped == 3 && views[alpha].pixelStep == 4 &&
+           views[alpha].rowStep == views[ownDst].rowStep &&
+           views[alpha].row(0) == views[ownDst].row(0, 3);
 }
 
 // Whether opacities are the fourth samples of the pixels beside them.
@@ -232,8 +246,8 @@ bool Composer::isOwn(OwnPart alpha) const {
     return images[alpha] == images[colours] && alphaChannelOf(images[alpha]) == 4;
 }
 
-const char* Composer::spreadAlpha(OwnPart part, ptrdiff_t y, ptrdiff_t x, ptrdiff_t count,
-                                  char* pixels) const {
+void Composer::spreadAlpha(OwnPart part, ptrdiff_t y, ptrdiff_t x, ptrdiff_t count,
+                           char* pixels) const {
     if (isOwn(part)) {
         const DaxStrideView& view = views[part == ownAlphaA ? ownA : ownB];
         rows.spreadOwn(view.row(y) + x * 4 * size, pixels, count);
@@ -241,7 +255,6 @@ const char* Composer::spreadAlpha(OwnPart part, ptrdiff_t y, ptrdiff_t x, ptrdif
         char buffer[blockBytes];
         rows.spread(loadAlpha(part, y, x, count, buffer), pixels, count);
     }
-    return pixels;
 }
 
 // Premultiplied pixels, with their opacity as the fourth sample if that is to be composed.
@@ -261,29 +274,69 @@ const char* Composer::preparePixels(OwnPart part, const char* pixels, const char
     return pixels;
 }
 
+// The opacity comes out as the fourth sample, since its sum is that of premultiplied colours.
+void Composer::composeIntegers(const char* colourA, const char* a, const char* colourB,
+                               const char* b, char* result, ptrdiff_t count) const {
+    char bufferA[blockBytes];
+    char bufferB[blockBytes];
+    colourA = preparePixels(ownA, colourA, a, count, bufferA);
+    if (op.ofB != OwnShare::none) colourB = preparePixels(ownB, colourB, b, count, bufferB);
+    kernels->colour[1][what.type](colourA, a, colourB, b, result, count * 4);
+}
+
 void Composer::composePixels(ptrdiff_t y, ptrdiff_t x, ptrdiff_t count) const {
     char spreadA[blockBytes];
     char spreadB[blockBytes];
-    char bufferA[blockBytes];
-    char bufferB[blockBytes];
     char result[blockBytes];
     const auto pixelsOf = [&](OwnPart part) { return views[part].row(y) + x * 4 * size; };
     const char* colourA = pixelsOf(ownA);
     const char* colourB = pixelsOf(ownB);
     char* dst = pixelsOf(ownDst);
+    const bool gives = has(ownOpacityDst);
+    const bool whole = gives || skipped < 0;
     // What isn't needed has to be readable all the same.
     const char* a = colourA;
     const char* b = colourB;
-    const bool gives = has(ownOpacityDst);
-    if (ownNeedsA(op, what.premultiplied) || (gives && !isOwn(ownAlphaA)))
-        a = spreadAlpha(ownAlphaA, y, x, count, spreadA);
-    if (ownNeedsB(op, what.premultiplied) || (gives && !isOwn(ownAlphaB)))
-        b = spreadAlpha(ownAlphaB, y, x, count, spreadB);
-    colourA = preparePixels(ownA, colourA, a, count, bufferA);
-    if (op.ofB != OwnShare::none) colourB = preparePixels(ownB, colourB, b, count, bufferB);
-    const bool keeps = skipped >= 0 && !gives;
-    kernels->colour[1][what.type](colourA, a, colourB, b, keeps ? result : dst, count * 4);
-    if (keeps) rows.join(result, dst, dst, count);
+    if (ownNeedsA(op, what.premultiplied) || what.divides || (gives && !isOwn(ownAlphaA))) {
+        spreadAlpha(ownAlphaA, y, x, count, spreadA);
+        a = spreadA;
+    }
+    if (ownNeedsB(op, what.premultiplied) || what.divides || (gives && !isOwn(ownAlphaB))) {
+        spreadAlpha(ownAlphaB, y, x, count, spreadB);
+        b = spreadB;
+    }
+    if (what.divides) {
+        char opacity[blockBytes];
+        char spread[blockBytes];
+        kernels->colour[what.premultiplied ? 1 : 0][what.type](colourA, a, colourB, b, result,
+                                                               count * 4);
+        if (gives) {
+            char bufferA[blockBytes];
+            char bufferB[blockBytes];
+            const char* rowA = loadAlpha(ownAlphaA, y, x, count, bufferA);
+            const char* rowB = loadAlpha(ownAlphaB, y, x, count, bufferB);
+            kernels->opacity[what.type](rowA, rowA, rowB, rowB, opacity, count);
+            rows.spread(opacity, spread, count);
+        }
+        rows.join(result, gives ? spread : whole ? result : dst, dst, count);
+        return;
+    }
+    const bool overwrites =
+        gives && ((a == spreadA && isOverwritten(ownAlphaA)) ||
+                  (b == spreadB && isOverwritten(has(ownAlphaB) ? ownAlphaB : ownAlphaA)));
+    composeIntegers(colourA, a, colourB, b, whole && !overwrites ? dst : result, count);
+    if (overwrites) {
+        // The first channel has written its opacity over one that the next ones read.
+        char inner[blockBytes];
+        if (isOverwritten(ownAlphaA)) rows.spreadOwn(result, spreadA, count);
+        if (isOverwritten(ownAlphaB)) rows.spreadOwn(result, spreadB, count);
+        if (!has(ownAlphaB) && constantOf(ownAlphaB) < 0)
+            ownRows<OwnScale>().complement(spreadA, spreadB, count * 4 * size);
+        composeIntegers(colourA, a, colourB, b, inner, count);
+        rows.wrap(inner, result, dst, count);
+    } else if (!whole) {
+        rows.join(result, dst, dst, count);
+    }
 }
 
 void Composer::run() {

@@ -25,6 +25,10 @@ template <class T, OwnTier tier, bool premultiplied, int32_t type> struct Kernel
 
     static void colour(const char* colourA, const char* alphaA, const char* colourB,
                        const char* alphaB, char* dst, ptrdiff_t count) {
+        if constexpr (premultiplied && op.ofA == OwnShare::whole && op.ofB == OwnShare::whole) {
+            ownSumRun<T>(colourA, colourB, dst, count);
+            return;
+        }
         const auto of = [](Parts cA, Parts a, Parts cB, Parts b) {
             if constexpr (!premultiplied) {
                 cA = ownProduct(cA, a);

@@ -85,6 +85,18 @@ void ownWordRun(char* dst, ptrdiff_t count, Of of, const Src*... src) {
             of(OwnParts<T>(static_cast<unsigned char>(src[count - 1]))...).word());
 }
 
+// Limited sums alone don't need the room of words.
+template <class T> void ownSumRun(const char* a, const char* b, char* dst, ptrdiff_t count) {
+    const auto* x = ownLanes<T>(a);
+    const auto* y = ownLanes<T>(b);
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const auto room = static_cast<T>(~x[i]);
+        z[i] = static_cast<T>(x[i] + (y[i] < room ? T{y[i]} : room));
+    }
+}
+
 } // namespace
 
 #endif

@@ -19,6 +19,8 @@ struct OwnScaleRows {
     void (*factors)(const char* spread, char* dst, ptrdiff_t count);
     // dst = the colours of `colours` and the opacity of `opacities`
     void (*join)(const char* colours, const char* opacities, char* dst, ptrdiff_t count);
+    // dst = the second and the third sample of `inner` and the others of `outer`
+    void (*wrap)(const char* inner, const char* outer, char* dst, ptrdiff_t count);
 };
 
 // By depth (8 bits, 16 bits).

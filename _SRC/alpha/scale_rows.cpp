@@ -39,6 +39,7 @@ template <class T> struct Pixels {
     using Word = typename PixelOf<T>::Word;
     static constexpr int32_t last = 3 * 8 * static_cast<int32_t>(sizeof(T));
     static constexpr Word colours = (Word{1} << last) - 1;
+    static constexpr Word inner = colours - ((Word{1} << last / 3) - 1);
 
     static void spread(const char* alpha, char* pixels, ptrdiff_t count) {
         const auto* x = ownLanes<T>(alpha);
@@ -61,18 +62,23 @@ template <class T> struct Pixels {
         for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i] | ~colours;
     }
 
-    static void join(const char* colour, const char* opacity, char* dst, ptrdiff_t count) {
-        const auto* x = ownLanes<Word>(colour);
-        const auto* y = ownLanes<Word>(opacity);
+    // dst = what the mask has of x, and the rest of y
+    template <Word mask> static void mix(const char* a, const char* b, char* dst, ptrdiff_t count) {
+        const auto* x = ownLanes<Word>(a);
+        const auto* y = ownLanes<Word>(b);
         auto* z = ownLanes<Word>(dst);
         OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = (x[i] & colours) | (y[i] & ~colours);
+        for (ptrdiff_t i = 0; i < count; ++i) z[i] = (x[i] & mask) | (y[i] & ~mask);
     }
 };
 
 template <class T> constexpr OwnScaleRows rowsOf() {
-    return {product<T>, Pixels<T>::spread, Pixels<T>::spreadOwn, Pixels<T>::factors,
-            Pixels<T>::join};
+    return {product<T>,
+            Pixels<T>::spread,
+            Pixels<T>::spreadOwn,
+            Pixels<T>::factors,
+            Pixels<T>::template mix<Pixels<T>::colours>,
+            Pixels<T>::template mix<Pixels<T>::inner>};
 }
 
 constexpr OwnScaleTable table = {{rowsOf<uint8_t>(), rowsOf<uint16_t>()}, complement};
