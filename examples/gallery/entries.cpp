@@ -121,6 +121,48 @@ void addMoves(List& list, const Inputs& in) {
     exchange.writesSources = true;
 }
 
+// The pictures as soft discs, and what comes of them over the ground that is in the result.
+template <int32_t type> void composeOverGround(const Images& i) {
+    const Image layer = copyOf(i[0]);
+    const Image opacity = copyOf(i[2]);
+    opacity->alphaChannel = 1;
+    daxAlphaComposite(i[0], i[1], layer.get(), type, i[2], i[3], opacity.get(), 0, 0, nullptr);
+    daxAlphaComposite(layer.get(), i.result, i.result, DAX_COMPOSITE_OVER, opacity.get(), nullptr,
+                      nullptr, 1, 0, nullptr);
+}
+
+void addAlpha(List& list, const Inputs& in) {
+    const auto compose = [&](const char* title, const std::string& type, Run run) {
+        Entry& entry = list.put("daxAlphaComposite", title,
+                                {in.picture, in.shifted, in.left, in.right}, "", run);
+        entry.call = "daxAlphaComposite(picture, shifted, layer, " + type +
+                     ", left, right, opacity, 0, 0, NULL); daxAlphaComposite(layer, result, "
+                     "result, DAX_COMPOSITE_OVER, opacity, NULL, NULL, 1, 0, NULL)";
+        entry.before = in.chequers;
+    };
+    compose("A over B", "DAX_COMPOSITE_OVER", composeOverGround<DAX_COMPOSITE_OVER>);
+    compose("A in B", "DAX_COMPOSITE_IN", composeOverGround<DAX_COMPOSITE_IN>);
+    compose("A out B", "DAX_COMPOSITE_OUT", composeOverGround<DAX_COMPOSITE_OUT>);
+    compose("A atop B", "DAX_COMPOSITE_ATOP", composeOverGround<DAX_COMPOSITE_ATOP>);
+    compose("A xor B", "DAX_COMPOSITE_XOR", composeOverGround<DAX_COMPOSITE_XOR>);
+    compose("A plus B", "DAX_COMPOSITE_PLUS", composeOverGround<DAX_COMPOSITE_PLUS>);
+    list.put("daxAlphaCompositeC", "Half of A over B", {in.picture, in.shifted},
+             "DAX_COMPOSITE_OVER, 128, 255, 0, 0, NULL", [](const Images& i) {
+                 daxAlphaCompositeC(i[0], i[1], i.result, DAX_COMPOSITE_OVER, 128, 255, 0, 0,
+                                    nullptr);
+             });
+    list.put("daxPreMultiplyAlpha", "By the image's own opacity", {}, "-1, NULL",
+             [](const Images& i) {
+                 i.result->alphaChannel = 4;
+                 daxPreMultiplyAlpha(i.result, -1, nullptr);
+             })
+        .before = in.cutout;
+    list.put("daxMultiplyScale", "8 bits", {in.picture, in.shifted}, "NULL",
+             [](const Images& i) { daxMultiplyScale(i[0], i[1], i.result, nullptr); });
+    list.put("daxMultiplySScale", "8 bits", {in.picture}, "128, NULL",
+             [](const Images& i) { daxMultiplySScale(i[0], i.result, 128, nullptr); });
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -128,6 +170,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addArithmetic(list, in);
     addLogic(list, in);
     addMoves(list, in);
+    addAlpha(list, in);
     return std::move(list.entries);
 }
 

@@ -1,10 +1,18 @@
 #include "inputs.h"
 
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
 namespace {
+
+// The opacity of a disc that fades out at its edge, at a place.
+int softDisc(int x, int y, double middleX, double middleY, double radius) {
+    const double distance = std::hypot(x - middleX, y - middleY) / radius;
+    return static_cast<int>(255 * std::clamp(2.5 - 2.5 * distance, 0.0, 1.0));
+}
 
 int lumaOf(const uint8_t* pixel) { return (77 * pixel[0] + 150 * pixel[1] + 29 * pixel[2]) >> 8; }
 
@@ -52,6 +60,26 @@ Inputs::Inputs(const Picture& source) {
                     [&](int c, int y, int x) { return at(c, y, x) / 64; });
     signed16 = keep("signed16", "in signed 16 bits, dark below 0", deepSigned,
                     [&](int c, int y, int x) { return at(c, y, x) * 257 - 0x8000; });
+    const int height = source.height;
+    const int width = source.width;
+    const double radius = std::min(width, height) / 2.2;
+    const auto disc = [=](double place) {
+        return
+            [=](int, int y, int x) { return softDisc(x, y, width * place, height / 2.0, radius); };
+    };
+    const Make withOpacity = {width, height, 4};
+    cutout =
+        keep("cutout", "a soft disc of the picture, with its opacity as the fourth channel",
+             withOpacity, [&](int c, int y, int x) {
+                 return c < 3 ? at(c, y, x) : softDisc(x, y, width / 2.0, height / 2.0, radius);
+             });
+    cutout->alphaChannel = 4;
+    const int square = std::max(width / 24, 1);
+    chequers = keep("chequers", "a ground that shows through", wide, [&](int, int y, int x) {
+        return (x / square + y / square) % 2 == 0 ? 235 : 185;
+    });
+    left = keep("left", "a soft disc on the left", plain, disc(0.35));
+    right = keep("right", "a soft disc on the right", plain, disc(0.65));
     gray = keep("gray", "luminance", plain, [&](int, int y, int x) { return luma(y, x); });
     bits = keep("bits", "luminance above 127, in 1 bit", bitonal,
                 [&](int, int y, int x) { return luma(y, x) > 127; });

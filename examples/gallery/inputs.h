@@ -32,7 +32,13 @@ public:
     DaxImage* dimmed16;
     DaxImage* factor16;
     DaxImage* signed16;
-    // One channel.
+    // Red, green, blue and opacity: a soft disc of the picture.
+    DaxImage* cutout;
+    // A ground that shows through.
+    DaxImage* chequers;
+    // One channel: two soft discs that overlap, and the rest.
+    DaxImage* left;
+    DaxImage* right;
     DaxImage* gray;
     DaxImage* bits;
     DaxImage* shiftedBits;
