@@ -128,6 +128,7 @@ int failures();
 void addFrame();
 void addArithmetic();
 void addMoves();
+void addAlpha();
 
 } // namespace bench
 

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
     bench::addFrame();
     bench::addArithmetic();
     bench::addMoves();
+    bench::addAlpha();
     bench::registerAll();
 
     bench::Table table;
