@@ -12,6 +12,8 @@ target_link_libraries(dax_code INTERFACE dax_warnings)
 target_compile_definitions(dax_code INTERFACE DAX_BUILDING)
 target_compile_options(dax_code INTERFACE
     -ffp-contract=off
+    # Nobody reads errno after a root, and roots that set it aren't computed side by side.
+    -fno-math-errno
     -fvisibility=hidden
     # A loop whose iterations may go side by side need not.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>

@@ -45,6 +45,15 @@ bool staysNarrow(const DaxConvKernel& kernel, const Range& cell) {
     return least >= INT16_MIN && most <= INT16_MAX;
 }
 
+// Whether that is so for all kernels, and on cells that are bytes without a sign.
+bool staysInBytes(const OwnConvolution& convolution, const DaxImage* srcImage, int32_t dstDepth) {
+    bool stays = dstDepth == DAX_DEPTH_1U || dstDepth == DAX_DEPTH_8U;
+    const Range cell = byteRange(srcImage, dstDepth);
+    for (int32_t k = 0; k < convolution.count; ++k)
+        stays = stays && staysNarrow(*convolution.kernels[k], cell);
+    return stays;
+}
+
 // One kernel made ready for the rows of a piece.
 struct Ready {
     const OwnTap* taps;
@@ -76,6 +85,7 @@ private:
     const ptrdiff_t height;
     const ptrdiff_t width;
     const int32_t depth;
+    const bool bytes; // cells are bytes
     const ptrdiff_t cellBytes;
     const ptrdiff_t windowRows;
     const ptrdiff_t pitch; // cells of a row
@@ -94,12 +104,15 @@ private:
 Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to, ptrdiff_t rows,
              ptrdiff_t columns)
     : convolution(all), src(from), dst(to), height(rows), width(columns), depth(to.image->depth),
-      cellBytes(depth == DAX_DEPTH_32S ? sizeof(double) : sizeof(int16_t)),
+      bytes(staysInBytes(all, from.image, depth)),
+      cellBytes(bytes                    ? sizeof(uint8_t)
+                : depth == DAX_DEPTH_32S ? sizeof(double)
+                                         : sizeof(int16_t)),
       windowRows(all.above + all.below), pitch(all.left + columns + all.right - 1),
       tapSums(ownRows<OwnTaps>()), cells(ownRows<OwnCells>()),
       merging(depth == DAX_DEPTH_1U ? ownRows<OwnMerge>().bits
                                     : ownRows<OwnMerge>().byDepth[ownDepthIndex(depth)]),
-      cache((windowRows - 1 + smaller(height, rowsOfBatch)) * pitch * cellBytes),
+      cache(((windowRows - 1 + smaller(height, rowsOfBatch)) * pitch + 1) * cellBytes),
       samples(pitch * larger(ownSampleBytes(src.image->depth), ownSampleBytes(depth))), sums(width),
       merged(width), stored(width * ownSampleBytes(depth)), taps(tapTotal()), kernels(all.count) {
     if (!ready()) return;
@@ -139,6 +152,10 @@ void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row, ptrdiff_t cacheRow
     const char* from = source.fetch(src.x - convolution.left, src.y - convolution.above + row,
                                     pitch, samples.get());
     char* to = cache.get() + cacheRow * pitch * cellBytes;
+    if (bytes) {
+        ownCopyRow(from, to, pitch);
+        return;
+    }
     auto* narrow = reinterpret_cast<int16_t*>(to);
     switch (depth) {
     case DAX_DEPTH_8S: cells.fromSignedBytes(from, narrow, pitch); return;
@@ -148,10 +165,10 @@ void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row, ptrdiff_t cacheRow
     default: cells.fromBytes(from, narrow, pitch); return;
     }
     // Samples of 16 bits aren't widened: two make a cell, and where there are none it is 0.
-    const ptrdiff_t bytes = pitch * source.sampleBytes;
-    if (bytes < pitch * 4) {
-        if (from != samples.get()) memcpy(samples.get(), from, static_cast<size_t>(bytes));
-        memset(samples.get() + bytes, 0, static_cast<size_t>(pitch * 4 - bytes));
+    const ptrdiff_t size = pitch * source.sampleBytes;
+    if (size < pitch * 4) {
+        if (from != samples.get()) memcpy(samples.get(), from, static_cast<size_t>(size));
+        memset(samples.get() + size, 0, static_cast<size_t>(pitch * 4 - size));
         from = samples.get();
     }
     cells.toFloats(from, reinterpret_cast<double*>(to), pitch);
@@ -173,7 +190,10 @@ void Piece::sum(const Ready& kernel, ptrdiff_t cacheRow) {
                        sums.get(), width);
         break;
     default:
-        if (kernel.narrow)
+        if (bytes)
+            tapSums.bytes(reinterpret_cast<const uint8_t*>(at), kernel.taps, kernel.tapCount,
+                          narrowSums, width);
+        else if (kernel.narrow)
             tapSums.narrow(narrow, kernel.taps, kernel.tapCount, narrowSums, width);
         else
             tapSums.held(narrow, static_cast<int32_t>(first & 7), kernel.taps, kernel.tapCount,

@@ -1,9 +1,10 @@
 #include "filter/convolve.h"
+#include "filter/pack.h"
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
 
-#include <cmath>
 #include <limits>
+#include <math.h>
 #include <type_traits>
 
 namespace {
@@ -12,11 +13,13 @@ template <class T> T wrapped(int64_t value) {
     return static_cast<T>(static_cast<std::make_unsigned_t<T>>(static_cast<uint64_t>(value)));
 }
 
-// The low 32 bits of a float rounded to nearest, ties to even: below a number of this size there
-// are no fractions.
+// 2^52 + 2^32. Floats of this size have no fractions: adding it rounds to nearest, ties to even.
+constexpr double noFractions = 4503603922337792.0;
+
+// The low 32 bits of a rounded float.
 int32_t rounded(double value) {
-    const double shifted = value + 4503603922337792.0; // 2^52 + 2^32
-    return static_cast<int32_t>(static_cast<uint32_t>(__builtin_bit_cast(uint64_t, shifted)));
+    return static_cast<int32_t>(
+        static_cast<uint32_t>(__builtin_bit_cast(uint64_t, value + noFractions)));
 }
 
 // A count as wide as a sum, or wider, leaves the sign.
@@ -124,17 +127,27 @@ template <class Kind> void shift(void* sums, ptrdiff_t width, uint32_t count, Ow
     Kind::shift(static_cast<typename Kind::Sum*>(sums), width, count, form);
 }
 
+// The root of a number that isn't negative, truncated. The root in single precision is off by one
+// at most.
+int32_t wholeRoot(int32_t value) {
+    auto root = static_cast<uint32_t>(static_cast<int32_t>(sqrtf(static_cast<float>(value))));
+    const auto exact = static_cast<uint32_t>(value);
+    if (root * root > exact) --root;
+    if ((root + 1) * (root + 1) <= exact) ++root;
+    return static_cast<int32_t>(root);
+}
+
 // Roots of integers are truncated. A sum of squares that has wrapped below 0 has the root
 // 0x80000000, of which 16 bits are 0.
 template <class T> void root(void* merged, ptrdiff_t width) {
     auto* at = static_cast<T*>(merged);
     for (ptrdiff_t i = 0; i < width; ++i) {
-        const double found = std::sqrt(static_cast<double>(at[i] < 0 ? T{0} : at[i]));
         if constexpr (std::is_floating_point_v<T>) {
-            at[i] = found;
+            at[i] = sqrt(at[i]);
         } else {
             constexpr T none = sizeof(T) == 4 ? std::numeric_limits<T>::min() : T{0};
-            at[i] = at[i] < 0 ? none : static_cast<T>(static_cast<int32_t>(found));
+            const int32_t found = wholeRoot(at[i] < 0 ? 0 : at[i]);
+            at[i] = at[i] < 0 ? none : static_cast<T>(found);
         }
     }
 }
@@ -143,19 +156,39 @@ template <class From, class To>
 void store(const void* from, char* dst, ptrdiff_t, ptrdiff_t width) {
     const auto* x = static_cast<const From*>(from);
     auto* z = ownLanes<To>(dst);
+    ptrdiff_t done = 0;
+    if constexpr (sizeof(From) == 2) done = packRun<To>(x, dst, width, 0);
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < width; ++i) {
-        if constexpr (std::is_floating_point_v<From>) {
-            const double raised = x[i] < -2147483648.0 ? -2147483648.0 : x[i];
-            z[i] = rounded(raised < 2147483647.0 ? raised : 2147483647.0);
-        } else {
-            constexpr From least = std::numeric_limits<To>::min();
-            constexpr From most =
-                sizeof(From) > sizeof(To) ? From{std::numeric_limits<To>::max()} : From{0};
-            const From raised = x[i] > least ? x[i] : least;
-            z[i] = static_cast<To>(raised < most ? raised : most);
-        }
+    for (ptrdiff_t i = done; i < width; ++i) {
+        constexpr From least = std::numeric_limits<To>::min();
+        constexpr From most =
+            sizeof(From) > sizeof(To) ? From{std::numeric_limits<To>::max()} : From{0};
+        const From raised = x[i] > least ? x[i] : least;
+        z[i] = static_cast<To>(raised < most ? raised : most);
     }
+}
+
+typedef double Floats4 __attribute__((vector_size(32)));
+typedef double Floats4Anywhere __attribute__((vector_size(32), aligned(8), may_alias));
+typedef int32_t Words4 __attribute__((vector_size(16)));
+typedef int32_t Words4Anywhere __attribute__((vector_size(16), aligned(1), may_alias));
+
+// Of a plain loop the compiler makes one with jumps, 0.8 ns a sample in place of 0.2 with AVX2.
+void storeFloats(const void* from, char* dst, ptrdiff_t, ptrdiff_t width) {
+    const auto* x = static_cast<const double*>(from);
+    const Floats4 none = {};
+    const Floats4 least = none - 2147483648.0;
+    const Floats4 most = none + 2147483647.0;
+    const auto held = [&](Floats4 value) {
+        value = value > least ? value : least;
+        value = value < most ? value : most;
+        return __builtin_convertvector(value + noFractions - noFractions, Words4);
+    };
+    ptrdiff_t i = 0;
+    for (; i + 4 <= width; i += 4)
+        *reinterpret_cast<Words4Anywhere*>(dst + i * 4) =
+            held(*reinterpret_cast<const Floats4Anywhere*>(x + i));
+    for (; i < width; ++i) ownLanes<int32_t>(dst)[i] = held(none + x[i])[0];
 }
 
 // A bit is set by a value above 0; in the last pixels of a row, which are no eight, by 0 as well.
@@ -186,10 +219,13 @@ template <class Kind, class Sample> constexpr OwnMergeRows rowsOf() {
             store<Merged, Sample>};
 }
 
-constexpr OwnMergeTable table = {{shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits},
-                                 {rowsOf<Bytes, uint8_t>(), rowsOf<Bytes, int8_t>(),
-                                  rowsOf<Words, uint16_t>(), rowsOf<Words, int16_t>(),
-                                  rowsOf<Floats, int32_t>()}};
+constexpr OwnMergeTable table = {
+    {shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits},
+    {rowsOf<Bytes, uint8_t>(),
+     rowsOf<Bytes, int8_t>(),
+     rowsOf<Words, uint16_t>(),
+     rowsOf<Words, int16_t>(),
+     {shift<Floats>, merge<Floats>, root<double>, storeFloats, storeFloats}}};
 
 } // namespace
 

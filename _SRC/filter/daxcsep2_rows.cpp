@@ -1,3 +1,4 @@
+#include "filter/pack.h"
 #include "filter/separable.h"
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
@@ -17,8 +18,11 @@ void store(const void* from, char* dst, ptrdiff_t, ptrdiff_t width, int32_t shif
     constexpr int32_t most16 = sizeof(From) == 2 ? 15 : 31;
     const int32_t by = shift < most16 ? shift : most16;
     const int32_t rest = shift > most16 ? 1 : 0;
+    ptrdiff_t done = 0;
+    if constexpr (sizeof(From) == 2 && std::numeric_limits<From>::is_signed)
+        done = packRun<To>(x, dst, width, by);
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < width; ++i) {
+    for (ptrdiff_t i = done; i < width; ++i) {
         auto value = static_cast<From>(x[i] >> by);
         // Unsigned sums of 16 bits have one bit more.
         value = static_cast<From>(value >> rest);

@@ -74,9 +74,10 @@ Block::Block(const OwnSeparable& all, const DaxImage* srcImage, const DaxImage* 
       columnsOfWindow(columns + all.across->nCols - 1), pitch(columnsOfWindow * together),
       sumsOfRow(columns * together),
       cellBytes(depth == DAX_DEPTH_32S ? sizeof(int32_t) : sizeof(int16_t)), lineWidth(Width::wide),
-      sumWidth(Width::wide), start(0), store(nullptr), ring(pitch * cellBytes * all.down->nRows),
-      samples(pitch * ownSampleBytes(depth)), line(pitch), sums(sumsOfRow),
-      stored(sumsOfRow * ownSampleBytes(depth)), down(all.down->nRows), across(all.across->nCols) {
+      sumWidth(Width::wide), start(0), store(nullptr),
+      ring((pitch * all.down->nRows + 1) * cellBytes), samples(pitch * ownSampleBytes(depth)),
+      line(pitch), sums(sumsOfRow), stored(sumsOfRow * ownSampleBytes(depth)),
+      down(all.down->nRows), across(all.across->nCols) {
     if (!ready()) return;
     for (ptrdiff_t i = 0; i < all.across->nCols; ++i)
         across[i] = {i * together, all.across->values[i]};

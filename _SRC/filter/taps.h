@@ -17,6 +17,9 @@ struct OwnTap {
 // Each writes `width` sums; those of integers wrap in the width of a sum, and all but `held` may go
 // by any order of the taps. Runs of no taps give zeroes, or `start`.
 struct OwnTapTable {
+    // Bytes, with taps of which no sum can leave 16 bits.
+    void (*bytes)(const uint8_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
+                  ptrdiff_t width);
     void (*narrow)(const int16_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
                    ptrdiff_t width);
     // A sum is held at the limits of 16 bits where the cell of a tap lies in a whole group of eight

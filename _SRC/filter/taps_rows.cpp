@@ -1,3 +1,4 @@
+#include "filter/tap_pairs.h"
 #include "filter/taps.h"
 #include "frame/lanes.h"
 
@@ -16,6 +17,15 @@ struct Narrow {
         const uint32_t product =
             static_cast<uint32_t>(static_cast<uint16_t>(cell)) * static_cast<uint16_t>(coef);
         return static_cast<Sum>(static_cast<uint16_t>(static_cast<uint16_t>(sum) + product));
+    }
+};
+
+// The same of bytes.
+struct Bytes {
+    using Cell = uint8_t;
+    using Sum = int16_t;
+    static Sum add(Sum sum, Cell cell, int16_t coef) {
+        return Narrow::add(sum, static_cast<int16_t>(cell), coef);
     }
 };
 
@@ -100,6 +110,7 @@ template <class Op>
 void sumTaps(const typename Op::Cell* cells, const OwnTap* taps, ptrdiff_t tapCount,
              typename Op::Sum start, typename Op::Sum* sums, ptrdiff_t width) {
     constexpr auto counts = std::make_integer_sequence<int, tapsOfPass>{};
+    if (width <= 0) return;
     if (tapCount == 0)
         for (ptrdiff_t i = 0; i < width; ++i) sums[i] = start;
     for (ptrdiff_t done = 0; done < tapCount;) {
@@ -156,8 +167,26 @@ void sumHeld(const int16_t* cells, int32_t phase, const OwnTap* taps, ptrdiff_t 
     for (ptrdiff_t i = common.to; i < width; ++i) single(i);
 }
 
-constexpr OwnTapTable table = {sumFromZero<Narrow>, sumHeld, sumTaps<Wide>, sumFromZero<Words>,
-                               sumFromZero<Floats>};
+void sumBytes(const uint8_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
+              ptrdiff_t width) {
+    ptrdiff_t done = 0;
+#ifdef __AVX2__
+    done = sumPairs<BytePairs>(cells, taps, tapCount, 0, sums, width);
+#endif
+    sumTaps<Bytes>(cells + done, taps, tapCount, 0, sums + done, width - done);
+}
+
+void sumWide(const int16_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int32_t start,
+             int32_t* sums, ptrdiff_t width) {
+    ptrdiff_t done = 0;
+#ifdef __AVX2__
+    done = sumPairs<WordPairs>(cells, taps, tapCount, start, sums, width);
+#endif
+    sumTaps<Wide>(cells + done, taps, tapCount, start, sums + done, width - done);
+}
+
+constexpr OwnTapTable table = {sumBytes, sumFromZero<Narrow>, sumHeld,
+                               sumWide,  sumFromZero<Words>,  sumFromZero<Floats>};
 
 } // namespace
 
