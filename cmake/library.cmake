@@ -46,8 +46,9 @@ target_include_directories(daxlib INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/_SRC/frame>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(daxlib PRIVATE Threads::Threads m)
+# nodelete: threads call back into the library when they end, whoever has closed it by then.
 target_link_options(daxlib PRIVATE
-    -Wl,--as-needed -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/daxlib.map)
+    -Wl,-z,nodelete -Wl,--as-needed -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/daxlib.map)
 if(NOT DAX_SANITIZE)
     target_link_options(daxlib PRIVATE -Wl,-z,defs)
 endif()

@@ -89,10 +89,10 @@ void threadEnds(void* context) {
     ownPutContext(nullptr);
 }
 
-// Early, so that a program's own initialisers may already call the library.
+// Early, so that a program's own initialisers may already call the library. Nothing detaches the
+// process: the library is never unloaded, and other threads may go on calling it while the process
+// ends, which then takes slot and contexts with it.
 __attribute__((constructor(101))) void attach() { ownLoad(OwnLoadReason::processAttach); }
-
-__attribute__((destructor(101))) void detach() { ownLoad(OwnLoadReason::processDetach); }
 
 } // namespace
 

@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -324,6 +325,22 @@ TEST_F(NativeDeathTest, ProcessEndsAndGoesOn) {
         },
         testing::ExitedWithCode(1),
         "NULL\npDaxContext\nDAX Library error:\nBad DAX Context\nTerminating the application");
+}
+
+// Streams are flushed when all else of a process has come to its end.
+TEST_F(NativeDeathTest, CallsWorkUntilTheProcessIsGone) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto writeLate = [](void*, const char*, size_t size) {
+        fprintf(stderr, "status %d", daxGetErrStatus());
+        return static_cast<ssize_t>(size);
+    };
+    EXPECT_EXIT(
+        {
+            daxSetErrStatus(-6);
+            fputc('x', fopencookie(nullptr, "w", {nullptr, writeLate, nullptr, nullptr}));
+            exit(0);
+        },
+        testing::ExitedWithCode(0), "^status -6$");
 }
 
 } // namespace
