@@ -115,8 +115,8 @@ OwnTileWalker::OwnTileWalker(const OwnCall& theCall, const OwnWalked* walked, in
     const bool planes = images[0].shadow.dataOrder != DAX_DATA_PIXEL;
     for (int32_t i = 0; i < count; ++i) {
         DaxImage& shadow = images[i].shadow;
-        const int64_t size =
-            int64_t{shadow.widthStep} * shadow.height * (planes ? shadow.nChannels : 1);
+        auto size = static_cast<uint32_t>(shadow.widthStep) * static_cast<uint32_t>(shadow.height);
+        if (planes) size *= static_cast<uint32_t>(shadow.nChannels);
         shadow.dataSize = static_cast<int32_t>(size);
     }
 }

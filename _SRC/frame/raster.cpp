@@ -51,7 +51,8 @@ ptrdiff_t ownRoiGeometry(const DaxImage* image, ptrdiff_t* rowBytes, ptrdiff_t* 
     }
     *rowBytes = columns * sample;
     if (image->depth == DAX_DEPTH_1U) return y.first * step + x.first / 8;
-    return image->height * step * (firstChannel - 1) + y.first * step + sample * x.first;
+    const ptrdiff_t row = ptrdiff_t{image->height} * (firstChannel - 1) + y.first;
+    return row * step + sample * x.first;
 }
 
 ptrdiff_t ownBitonalRect(const DaxImage* image, int32_t* width, int32_t* height,

@@ -9,7 +9,8 @@ namespace {
 const char* blockEnd(const DaxImage* image) {
     const bool planes = image->dataOrder != DAX_DATA_PIXEL;
     const ptrdiff_t rows = ptrdiff_t{image->height} * (planes ? image->nChannels : 1);
-    const ptrdiff_t byRows = rows * image->widthStep;
+    ptrdiff_t byRows = 0;
+    if (__builtin_mul_overflow(rows, image->widthStep, &byRows)) byRows = 0;
     return static_cast<const char*>(image->imageData) +
            (byRows > image->dataSize ? byRows : image->dataSize);
 }
@@ -208,8 +209,9 @@ bool ownBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) {
 ptrdiff_t ownBitsInside(const OwnBitRuns& runs, char* const* at) {
     ptrdiff_t count = runs.count;
     for (int32_t i = 0; i < runs.images; ++i) {
-        const ptrdiff_t inside = (runs.end[i] - at[i]) * 8 - runs.bit[i];
-        if (inside < count) count = inside;
+        const ptrdiff_t room = runs.end[i] - at[i];
+        if (room <= 0) return 0;
+        if (room < (runs.bit[i] + count + 7) / 8) count = room * 8 - runs.bit[i];
     }
     return count;
 }

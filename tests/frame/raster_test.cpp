@@ -6,6 +6,7 @@
 #include "frame/header.h"
 #include "frame/ownrect.h"
 #include "frame/raster.h"
+#include "frame/runs.h"
 
 #include <algorithm>
 #include <cstring>
@@ -75,6 +76,15 @@ TEST(Raster, BitonalRegion) {
     });
     int32_t unused = 0;
     EXPECT_EQ(ownBitonalRect(nullptr, &unused, &unused, &unused), -1);
+}
+
+TEST(Raster, BitsFarBeyondTheBlockAreLeftAlone) {
+    Image image({.depth = DAX_DEPTH_1U, .width = 8, .roi = DaxROI{0, 0, INT32_MAX, 1, 8}});
+    image->widthStep = 1 << 30;
+    DaxImage* const images[] = {image, image};
+    OwnBitRuns runs;
+    ASSERT_TRUE(ownBitRuns(images, 2, &runs));
+    EXPECT_EQ(ownBitsInside(runs, runs.start), 0);
 }
 
 TEST(Raster, SameGeometry) {

@@ -126,6 +126,17 @@ TEST(TileWalk, EveryCallAndPieceAsTheModelHasIt) {
     EXPECT_EQ(outcomes.size(), 7u) << testing::PrintToString(outcomes);
 }
 
+TEST(TileWalk, SizesBeyond32BitsWrap) {
+    const Image small({.channels = 4, .width = 8, .height = 8, .order = DAX_DATA_PLANE});
+    Image large = small;
+    large->height = large->widthStep = INT32_MAX;
+    kit::TileLog log;
+    kit::Tiles tiled(small, 'D', 8, 8, log);
+    ownTileWalk(OwnCall{"daxName", "daxfile"}, {{large, ownSrcTexts}, {tiled, ownDstTexts}},
+                nullptr, [](DaxImage* const* pieces) { EXPECT_EQ(pieces[0]->dataSize, 4); });
+    EXPECT_EQ(log.requests, 1);
+}
+
 // After a failure nothing is asked for any more, and what is held stays held.
 TEST(TileWalk, FailsAtEachRequestAndEachRelease) {
     const std::map<char, std::string> names3 = {
