@@ -147,4 +147,6 @@ OwnTileView::OwnTileView(const DaxImage* tiled, void* data, const OwnTileShare& 
     header.tileInfo = nullptr;
     header.roi = &roi;
     header.imageData = data;
+    // Those of a tiled header may be anything.
+    ownDataLayout(&header, &header.widthStep, &header.dataSize);
 }

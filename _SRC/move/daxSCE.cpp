@@ -4,6 +4,7 @@
 #include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
+#include "frame/header.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
 #include "frame/ownrect.h"
@@ -280,10 +281,10 @@ void walkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage,
             DaxImage header = *srcImage;
             header.height = place.height;
             header.width = place.width;
-            header.widthStep = step;
             header.tileInfo = nullptr;
             header.roi = &rectangleRoi;
             header.imageData = rectangle.get();
+            ownDataLayout(&header, &header.widthStep, &header.dataSize);
             OwnTileView view(dstImage, tile.data(), x, y);
             move(&view.header, &header, place);
             tile.release();
