@@ -867,8 +867,9 @@ DAX_API void daxFree(void* p);
  * @param roi          the region of interest, kept by reference, or null
  * @param imageTag     the caller's own word
  * @param tileInfo     the tile descriptor, kept by reference, or null
- * @return the header; null when out of memory, for a null text and for a value outside of the
- *         ranges above. That a bitonal image has one channel is not tested here.
+ * @return the header; null when out of memory, for a null text, for a value outside of the
+ *         ranges above, and when `widthStep` or `dataSize` doesn't fit 32 bits, tiles or not. That
+ *         a bitonal image has one channel is not tested here.
  */
 DAX_API DaxImage* daxCreateImageHeader(int32_t nChannels, int32_t alphaChannel, int32_t depth,
                                        const char* colorModel, const char* channelSeq,
@@ -885,8 +886,9 @@ DAX_API DaxImage* daxCreateImageHeader(int32_t nChannels, int32_t alphaChannel, 
  * bit of `fillValue`, for 8 and 16 bits with its low 8 or 16 bits, for 32 bits with the whole.
  *
  * There is no report: test `imageData`. When the memory can't be had `allocBlock` becomes null and
- * the other fields stay. When the header's fields are out of range `imageData` becomes null and
- * `dataSize` 0. A null `image` is ignored.
+ * the other fields stay. When the header's fields are out of range, or give a `widthStep` or
+ * `dataSize` that doesn't fit 32 bits, `imageData` becomes null and `dataSize` 0. A null `image` is
+ * ignored.
  *
  * @param image     the header
  * @param fillValue the value, or #DAX_FILL_NONE (-1) to leave the memory as the heap gave it. To
