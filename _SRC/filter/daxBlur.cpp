@@ -1,4 +1,5 @@
 #include "filter/blur.h"
+#include "filter/source.h"
 #include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
@@ -79,32 +80,40 @@ struct Channel {
     char* row(ptrdiff_t index) const { return start + index * rowStep; }
 };
 
-// One piece: from a padded copy, whose first pixel is the corner of the first rectangle, to a
-// destination.
+// Where the window of the first pixel starts in a plain source.
+struct Corner {
+    const DaxImage* image;
+    ptrdiff_t x;
+    ptrdiff_t y;
+};
+
+// One piece: from a plain source to a plain destination that shares no memory with it.
 class Piece {
 public:
-    Piece(const Window& all, const Region& common, const DaxImage* from, const DaxImage* to,
+    Piece(const Window& all, const Region& common, const Corner& from, const DaxImage* to,
           ptrdiff_t dstX, ptrdiff_t dstY, ptrdiff_t rows, ptrdiff_t columns)
-        : window(all), padded(from), dstImage(to), x(dstX), y(dstY), height(rows), width(columns),
+        : window(all), corner(from), dstImage(to), x(dstX), y(dstY), height(rows), width(columns),
           columnCount(columns + all.nCols), sample(ownSampleBytes(to->depth)),
           rowKernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(to->depth)]),
           sums(columnCount * rowKernels.rowsAtOnce), gathered(columnCount * sample * 2),
           means(columns * sample * rowKernels.rowsAtOnce) {
         for (int32_t channel = common.firstChannel; channel <= common.lastChannel; ++channel) {
-            if (all.nRows == 1 && all.nCols == 1)
-                copy(channel);
-            else if (all.nRows == 0 || all.nCols == 0)
+            if (all.nRows == 0 || all.nCols == 0)
                 fill(channel);
-            else if (sums && gathered && means)
+            else if (!sums || !gathered || !means)
+                continue;
+            else if (all.nRows == 1 && all.nCols == 1)
+                copy(channel);
+            else
                 blur(channel);
         }
     }
 
 private:
     void copy(int32_t channel) const {
-        const Channel src(padded, 0, 0, channel);
+        const OwnSourceRows src(corner.image, channel, 1);
         const Channel dst(dstImage, x, y, channel);
-        for (ptrdiff_t row = 0; row < height; ++row) put(src.row(row), src.step, dst, row);
+        for (ptrdiff_t row = 0; row < height; ++row) put(fetched(src, row, 0), dst, row);
     }
 
     // The product of no pixels and no limit is no number, and such a one becomes 0x80000000.
@@ -115,31 +124,29 @@ private:
             ownStridedMovers(sample).fill(value, dst.row(row), dst.step, width);
     }
 
-    void put(const char* from, ptrdiff_t step, const Channel& dst, ptrdiff_t row) const {
-        if (step == sample && dst.step == sample)
+    void put(const char* from, const Channel& dst, ptrdiff_t row) const {
+        if (dst.step == sample)
             ownCopyRow(from, dst.row(row), width * sample);
         else
-            ownStridedMovers(sample).copy(from, step, dst.row(row), dst.step, width);
+            ownStridedMovers(sample).copy(from, sample, dst.row(row), dst.step, width);
     }
 
-    // A row of the padded copy, with its samples side by side.
-    const char* packed(const Channel& src, ptrdiff_t row, ptrdiff_t slot) const {
-        if (src.step == sample) return src.row(row);
-        char* to = gathered.get() + slot * columnCount * sample;
-        ownStridedMovers(sample).copy(src.row(row), src.step, to, sample, columnCount);
-        return to;
+    // A row of the window's place, with its samples side by side.
+    const char* fetched(const OwnSourceRows& src, ptrdiff_t row, ptrdiff_t slot) const {
+        return src.fetch(corner.x, corner.y + row, columnCount,
+                         gathered.get() + slot * columnCount * sample);
     }
 
     uint32_t* columns(int32_t slot) const { return sums.get() + slot * columnCount; }
 
     void blur(int32_t channel) const {
-        const Channel src(padded, 0, 0, channel);
+        const OwnSourceRows src(corner.image, channel, 1);
         const Channel dst(dstImage, x, y, channel);
         const bool direct = dst.step == sample;
         // Of floats and of integers, 0 has no bit set.
         ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
         for (ptrdiff_t row = 0; row < window.nRows; ++row)
-            rowKernels.add(packed(src, row, 0), columns(0), columnCount);
+            rowKernels.add(fetched(src, row, 0), columns(0), columnCount);
         int32_t last = 0; // the slot of the latest sums
         for (ptrdiff_t row = 0; row < height;) {
             const void* from[ownMostBlurRows] = {};
@@ -148,21 +155,22 @@ private:
             for (; rows < rowKernels.rowsAtOnce && row + rows < height; ++rows) {
                 const ptrdiff_t at = row + rows;
                 if (at > 0)
-                    rowKernels.slide(packed(src, at - 1 + window.nRows, 0), packed(src, at - 1, 1),
-                                     columns(last), columns(rows), columnCount);
+                    rowKernels.slide(fetched(src, at - 1 + window.nRows, 0),
+                                     fetched(src, at - 1, 1), columns(last), columns(rows),
+                                     columnCount);
                 last = rows;
                 from[rows] = columns(rows);
                 to[rows] = direct ? dst.row(at) : means.get() + rows * width * sample;
             }
             rowKernels.means(from, to, rows, width, window.nCols, window.scale);
             if (!direct)
-                for (int32_t k = 0; k < rows; ++k) put(to[k], sample, dst, row + k);
+                for (int32_t k = 0; k < rows; ++k) put(to[k], dst, row + k);
             row += rows;
         }
     }
 
     const Window& window;
-    const DaxImage* padded;
+    const Corner corner;
     const DaxImage* dstImage;
     const ptrdiff_t x;
     const ptrdiff_t y;
@@ -175,6 +183,29 @@ private:
     OwnBuffer<char> gathered;
     OwnBuffer<char> means;
 };
+
+// Whether two plain images may share memory.
+bool overlap(const DaxImage* image, const DaxImage* other) {
+    const auto endOf = [](const DaxImage* one) {
+        const ptrdiff_t planes = one->dataOrder == DAX_DATA_PIXEL ? 1 : one->nChannels;
+        const ptrdiff_t size = ptrdiff_t{one->widthStep} * one->height * planes;
+        return reinterpret_cast<uintptr_t>(one->imageData) +
+               static_cast<uintptr_t>(size > one->dataSize ? size : one->dataSize);
+    };
+    return reinterpret_cast<uintptr_t>(image->imageData) < endOf(other) &&
+           reinterpret_cast<uintptr_t>(other->imageData) < endOf(image);
+}
+
+// Whether a rectangle with its surroundings is one that a block can hold. None is worked that
+// isn't, with a copy of it or without.
+bool fits(const Window& window, const DaxImage* image, ptrdiff_t height, ptrdiff_t width) {
+    const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
+    const int64_t rows = (height + window.nRows) * (pixels ? 1 : image->nChannels);
+    const int64_t samples = (width + window.nCols) * (pixels ? image->nChannels : 1);
+    int64_t size = 0;
+    return !__builtin_mul_overflow(rows, samples * ownSampleBytes(image->depth), &size) &&
+           size <= INT32_MAX;
+}
 
 // A plain copy of a piece's rectangle with its surroundings, one row and one column more than the
 // rectangles reach.
@@ -196,7 +227,7 @@ public:
         header.imageData = block.get();
         return static_cast<bool>(block);
     }
-    const DaxImage* image() const { return &header; }
+    Corner corner() const { return {&header, 0, 0}; }
 
 private:
     DaxImage header;
@@ -256,7 +287,7 @@ void blurTiles(const Window& window, const Region& common, DaxImage* srcImage, D
                 return;
             if (!tile.request(col, row, DAX_TILE_WRITE)) return;
             header.imageData = tile.data();
-            Piece(window, common, padded.image(), &header, inX, inY, height, width);
+            Piece(window, common, padded.corner(), &header, inX, inY, height, width);
             if (col > x.first && row > y.first) releaseTile(dstImage, col - 1, row - 1);
         }
     }
@@ -288,8 +319,12 @@ void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCol
     const DaxTileInfo* tiles = dstImage->tileInfo;
     if (tiles == nullptr) {
         Padded padded;
-        if (padded.fetch(window, srcImage, src.x, src.y, dst.height, dst.width))
-            Piece(window, dst, padded.image(), dstImage, dst.x, dst.y, dst.height, dst.width);
+        if (!fits(window, srcImage, dst.height, dst.width)) return;
+        if (srcImage->tileInfo == nullptr && !overlap(srcImage, dstImage))
+            Piece(window, dst, {srcImage, src.x - anchorX, src.y - anchorY}, dstImage, dst.x, dst.y,
+                  dst.height, dst.width);
+        else if (padded.fetch(window, srcImage, src.x, src.y, dst.height, dst.width))
+            Piece(window, dst, padded.corner(), dstImage, dst.x, dst.y, dst.height, dst.width);
         return;
     }
     Span x = wholeSpan(dst.x, dst.width, src.x, tiles->width);

@@ -48,11 +48,11 @@ const char* OwnSourceRows::fetch(ptrdiff_t x, ptrdiff_t y, ptrdiff_t count, char
     int32_t right = 3;
     if (y < 0 || y >= height) {
         left = right = y < 0 ? 0 : 1;
-        if (image->borderModes[left] == DAX_BORDER_CONST) {
+        if ((image->borderModes[left] & 3) == DAX_BORDER_CONST) {
             fill(left, block, count);
             return block;
         }
-        y = ownBorderPlace(image->borderModes[left], y, image->height);
+        y = ownBorderPlace(image->borderModes[left] & 3, y, image->height);
     }
     const char* row = start + y * image->widthStep;
     const ptrdiff_t before = x >= 0 ? 0 : -x < count ? -x : count;
@@ -61,7 +61,7 @@ const char* OwnSourceRows::fetch(ptrdiff_t x, ptrdiff_t y, ptrdiff_t count, char
     if (before == 0 && after == count && pixelStep == pixelBytes) return row + x * pixelStep;
 
     const auto beyond = [&](int32_t side, ptrdiff_t from, ptrdiff_t to) {
-        const int32_t mode = image->borderModes[side];
+        const int32_t mode = image->borderModes[side] & 3;
         if (mode == DAX_BORDER_CONST) {
             fill(side, block + from * pixelBytes, to - from);
             return;

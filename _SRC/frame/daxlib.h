@@ -1785,8 +1785,9 @@ DAX_API void daxDeleteConvKernel(DaxConvKernel* kernel);
  * Other pairs do nothing, silently. Pixels of #DAX_DEPTH_1U count as 0 or 1. The destination
  * decides how a source pixel is read: a source pixel of 128 or more is negative for a signed
  * destination of the same width. A 16-bit source with a #DAX_DEPTH_32S destination is accepted but
- * of no use, since two neighbouring pixels are read as one 32-bit number. A border constant is cut
- * to the width of a source pixel, and to a byte on #DAX_DEPTH_1U.
+ * of no use, since two neighbouring pixels are read as one 32-bit number, and as 0 where the row that
+ * the kernels read ends before. A border constant is cut to the width of a source pixel, and to a
+ * byte on #DAX_DEPTH_1U.
  *
  * All channels are filtered, whatever `coi` says, except that an image with a non-zero
  * `alphaChannel` leaves out the channel with the highest number. The counts that remain must be
@@ -1827,12 +1828,13 @@ DAX_API void daxDeleteConvKernel(DaxConvKernel* kernel);
  *
  * @par Silent
  * Pairs of depths that aren't listed; an empty common rectangle; no memory for the work rows, in
- * which case nothing is written.
+ * which case nothing is written; a tile of the destination without data, which ends the call.
  *
  * @par Tiles
  * Tiles of the destination are requested for writing, tile rows outermost, each once. The source's
- * surroundings of each tile are gathered with reading requests. The `roi` and `tileInfo` of both
- * headers are rewritten for the length of the call and always put back.
+ * surroundings of each tile are gathered with reading requests; where they can't be had, the call
+ * ends with the destination's tile still held. Each tile counts as a rectangle of its own: its last
+ * pixels are last pixels of a row.
  *
  * @param srcImage      the source
  * @param dstImage      the destination
@@ -1861,8 +1863,8 @@ DAX_API void daxConvolve2D(DaxImage* srcImage, DaxImage* dstImage, DaxConvKernel
  * isn't clamped.
  *
  * Channels: with a `coi` on both sides, one channel, each image's own; otherwise all. Region: the
- * smallest height and width of the images and ROIs, where the offsets don't count; let the regions
- * lie inside their images. In-place calls work.
+ * smallest height and width of the images and ROIs, where the offsets don't count; nothing is
+ * written beyond the destination's edges. In-place calls work.
  *
  * @par Reports
  * `daxConvolveSep2D`, `daxcsep2`:
@@ -1875,7 +1877,7 @@ DAX_API void daxConvolve2D(DaxImage* srcImage, DaxImage* dstImage, DaxConvKernel
  *    have a `coi` alone; `Xkernel->nCols <= 0`, `Ykernel->nRows <= 0`; then the status is read
  *
  * @par Silent
- * No memory for the work rows.
+ * No memory for the work rows; a tile without data, which ends the call.
  *
  * @par Tiles
  * With tiles on either side, and for calls in place, the region is worked in blocks of the
@@ -1911,7 +1913,8 @@ DAX_API void daxConvolveSep2D(DaxImage* srcImage, DaxImage* dstImage, const DaxC
  * `(srcImage->depth==1)`; `(nRows<0||nCols<0)`; `(anchorX<0||anchorY<0)`.
  *
  * @par Silent
- * No memory; no common channel; a mapped tile that doesn't meet the region.
+ * No memory; no common channel; a mapped tile that doesn't meet the region; a tile without data,
+ * which ends the call.
  *
  * @par Tiles
  * Tile columns are walked outermost. A tile of the destination is released only after its

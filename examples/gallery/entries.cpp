@@ -1,5 +1,6 @@
 #include "entries.h"
 
+#include <memory>
 #include <utility>
 
 namespace {
@@ -163,6 +164,51 @@ void addAlpha(List& list, const Inputs& in) {
              [](const Images& i) { daxMultiplySScale(i[0], i.result, 128, nullptr); });
 }
 
+using Kernel = std::unique_ptr<DaxConvKernel, void (*)(DaxConvKernel*)>;
+
+// A kernel with its anchor in the middle.
+Kernel kernelOf(int32_t rows, int32_t cols, std::vector<int8_t> values, int32_t shift) {
+    return {daxCreateConvKernel(rows, cols, cols / 2, rows / 2, values.data(), shift),
+            daxDeleteConvKernel};
+}
+
+template <int32_t size> void blur(const Images& i) {
+    daxBlur(i[0], i.result, size, size, size / 2, size / 2, nullptr);
+}
+
+void addFilters(List& list, const Inputs& in) {
+    const char* one = "kernels, 1, DAX_COMBINE_SUM, NULL";
+    list.put("daxConvolve2D", "Sharper: 5 in the middle, -1 on four sides", {in.picture}, one,
+             [](const Images& i) {
+                 const Kernel kernel = kernelOf(3, 3, {0, -1, 0, -1, 5, -1, 0, -1, 0}, 0);
+                 DaxConvKernel* const kernels[] = {kernel.get()};
+                 daxConvolve2D(i[0], i.result, kernels, 1, DAX_COMBINE_SUM, nullptr);
+             });
+    list.put("daxConvolve2D", "Emboss: -2 -1 0, -1 1 1, 0 1 2", {in.picture}, one,
+             [](const Images& i) {
+                 const Kernel kernel = kernelOf(3, 3, {-2, -1, 0, -1, 1, 1, 0, 1, 2}, 0);
+                 DaxConvKernel* const kernels[] = {kernel.get()};
+                 daxConvolve2D(i[0], i.result, kernels, 1, DAX_COMBINE_SUM, nullptr);
+             });
+    list.put("daxConvolve2D", "Edges: slopes across and down", {in.picture},
+             "kernels, 2, DAX_COMBINE_ROOT_SUM_SQUARES, NULL", [](const Images& i) {
+                 const Kernel across = kernelOf(3, 3, {-1, 0, 1, -2, 0, 2, -1, 0, 1}, 0);
+                 const Kernel down = kernelOf(3, 3, {-1, -2, -1, 0, 0, 0, 1, 2, 1}, 0);
+                 DaxConvKernel* const kernels[] = {across.get(), down.get()};
+                 daxConvolve2D(i[0], i.result, kernels, 2, DAX_COMBINE_ROOT_SUM_SQUARES, nullptr);
+             });
+    list.put("daxConvolveSep2D", "Gaussian: 1 6 15 20 15 6 1, both ways", {in.picture},
+             "across, down", [](const Images& i) {
+                 const Kernel across = kernelOf(1, 7, {1, 6, 15, 20, 15, 6, 1}, 6);
+                 const Kernel down = kernelOf(7, 1, {1, 6, 15, 20, 15, 6, 1}, 6);
+                 daxConvolveSep2D(i[0], i.result, across.get(), down.get());
+             });
+    list.put("daxBlur", "3 by 3", {in.picture}, "3, 3, 1, 1, NULL", blur<3>);
+    list.put("daxBlur", "9 by 9, the middle only", {in.picture}, "9, 9, 4, 4, NULL", blur<9>)
+        .rois = {list.middle()};
+    list.put("daxBlur", "31 by 31", {in.picture}, "31, 31, 15, 15, NULL", blur<31>);
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -171,6 +217,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addLogic(list, in);
     addMoves(list, in);
     addAlpha(list, in);
+    addFilters(list, in);
     return std::move(list.entries);
 }
 

@@ -341,7 +341,9 @@ TEST(Blur, Reports) {
     expect(src, dst, {1, 1, -1, 0}, "(anchorX<0||anchorY<0)");
     expect(src, dst, {1, 1, 0, -1}, "(anchorX<0||anchorY<0)");
     // Sizes beyond all memory end the call silently.
-    Window{INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX}.run(src, dst);
+    for (const int32_t nRows : {1, INT32_MAX})
+        Window{nRows, INT32_MAX, INT32_MAX, INT32_MAX}.run(src, dst);
+    Window{INT32_MAX, 1, INT32_MAX, 0}.run(src, dst);
     EXPECT_EQ(reports.take(), Lines{});
     EXPECT_EQ(kit::byteDifference(dst, before), "");
 }
