@@ -371,6 +371,9 @@ extern "C" {
  * library's view, so every buffer must be that large. A tile that is wanted for writing has to
  * hold its present pixels: often only a part of it is written, and the rest is kept as delivered.
  *
+ * `widthStep` and `dataSize` of a tiled header aren't read. For a picture whose sizes don't fit
+ * 32 bits there, make a header of the size of a tile and set `height` and `width` afterwards.
+ *
  * A `DaxTileInfo` serves one operation at a time. At most one tile of an image is held at any
  * moment, except where an operation says otherwise. The same tile may be requested and released
  * many times in a call.
@@ -1398,7 +1401,9 @@ typedef struct tagBITMAPINFOHEADER {
  *
  * @par Tiles
  * The tiles of the destination are walked, rows of tiles outermost; with a plain destination those
- * of the source. When both are tiled, the source's pixels for each tile are gathered first. If
+ * of the source. When both are tiled, the source's pixels for each tile are gathered first, and
+ * those beyond the edge of the source come from its border settings. A ROI is not cut at the edge
+ * of a tiled image: what of it lies beyond is moved, too, and tiles there are requested. If
  * exactly one image is tiled, the `roi` of the *other* header is rewritten for the length of the
  * walk. It is put back when the walk ends normally, but not after a tile failure, and not when
  * `tilePos` lies outside the region: then it points at a record that is gone, and the caller has
@@ -1423,6 +1428,9 @@ DAX_API void daxCopy(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tile
  * @par Silent
  * An empty region; `tilePos` outside the region.
  *
+ * @par Tiles
+ * A ROI is not cut at the edge of a tiled image: what of it lies beyond is filled, too.
+ *
  * @param dstImage  the image
  * @param fillValue the value
  * @param tilePos   @ref dax_tilepos_copy "tile index of the copying family", or null
@@ -1446,7 +1454,8 @@ DAX_API void daxSet(DaxImage* dstImage, int32_t fillValue, const int32_t* tilePo
  *
  * @param srcImage one image
  * @param dstImage the other image
- * @param tilePos  @ref dax_tilepos_copy "tile index of the copying family", or null
+ * @param tilePos  @ref dax_tilepos_copy "tile index of the copying family", or null; ignored when
+ *                 only the source is tiled
  */
 DAX_API void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos);
 
@@ -2824,8 +2833,10 @@ DAX_API void daxApplyColorTwist(DaxImage* srcImage, DaxImage* dstImage, const Da
  * tiled image, the destination's before the sources'. Where a rectangle lies across several tiles
  * of another image, they are requested one by one and copied together; *all of them are held until
  * the rectangle is done*, so that the tile access function must be able to serve several tiles at a
- * time. At the release of each, `tileData` holds the pointer that it delivered for that tile. When
- * a tile can't be had: status #DAX_StatusUnknownError, `ERROR in Tiling callBack`.
+ * time. At the release of each, `tileData` holds the pointer that it delivered for that tile. They
+ * are copied with daxCopy(), which does nothing while the status is negative. When a tile, or memory
+ * for the copy, can't be had: status #DAX_StatusUnknownError, `ERROR in Tiling callBack`; what is
+ * held is released.
  * @{
  */
 
@@ -2874,6 +2885,12 @@ DAX_API void daxApplyColorTwist(DaxImage* srcImage, DaxImage* dstImage, const Da
  * The destination's alpha channel never receives colour. The opacity is written while the first
  * channel is worked, and isn't written if that is the alpha channel itself, except in the packed
  * tier. An alpha channel has to be the last channel of its image.
+ *
+ * @par In place
+ * The destination may be a source with the same region. Where the opacity of the result is written
+ * over one that is read, the channels that are worked after it see the new one: all of them in the
+ * packed tier, all but the first in the others. In place of B, over, atop and plus of premultiplied
+ * colours, undivided, give what they give in an image apart.
  *
  * @par Reports
  * `daxAlphaComposite`, `daxalpha`, in this order:

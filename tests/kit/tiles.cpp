@@ -16,6 +16,7 @@ Tiles::Tiles(const Image& thePlain, char theName, int32_t tileWidth, int32_t til
       plain(thePlain), name(theName), log(theLog) {
     header.imageData = nullptr;
     header.tileInfo = &info;
+    header.widthStep = header.dataSize = -1; // no operation on tiles reads them
     if (header.roi != nullptr) header.roi = &roi;
     sources.push_back(this);
 }
@@ -74,6 +75,8 @@ void Tiles::serve(const DaxImage* image, int32_t col, int32_t row, int32_t mode)
         held.reset();
         info.tileData = nullptr;
         if (++log.requests == log.failRequest) return;
+        if (ends && (col * info.width >= header.width || row * info.height >= header.height))
+            return;
         held = std::make_unique<Image>(tile(col, row));
         heldAt = {col, row};
         heldMode = mode;

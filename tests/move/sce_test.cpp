@@ -256,8 +256,6 @@ struct Trial {
                                  scene.tileSizes[2 * i + 1], log);
             planes[i] = {&images[i], tiled[i] ? &*tiled[i] : nullptr};
             arguments[i] = tiled[i] ? *tiled[i] : static_cast<DaxImage*>(images[i]);
-            // Nothing reads these of a tiled image.
-            if (tiled[i]) arguments[i]->widthStep = arguments[i]->dataSize = -1;
             callersRoi[i] = arguments[i]->roi;
         }
     }
