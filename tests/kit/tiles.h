@@ -45,6 +45,7 @@ public:
     DaxImage header;
     DaxROI roi;
     DaxTileInfo info;
+    bool ends = false; // beyond the image there are no tiles
     bool anyHeader =
         false; // for walks that hand on a header of their own with this one's tile descriptor
 
