@@ -28,23 +28,42 @@ void slide(const char* entering, const char* leaving, const void* from, void* to
 constexpr ptrdiff_t sumsOfBlock = 1024;
 
 #ifdef __AVX2__
-// Eight sums at a time are added up within a vector, so that only one addition in eight waits for
-// the one before it: 0.2 ns a pixel in place of 0.4.
-typedef uint32_t Lanes __attribute__((vector_size(32)));
-typedef uint32_t LanesAnywhere __attribute__((vector_size(32), aligned(4), may_alias));
+// A vector of sums is added up within itself, so that only one addition in a vector waits for the
+// one before it: 0.1 ns a pixel in place of 0.4.
+#ifdef __AVX512F__
+constexpr ptrdiff_t lanes = 16;
+#else
+constexpr ptrdiff_t lanes = 8;
+#endif
+typedef uint32_t Lanes __attribute__((vector_size(lanes * 4)));
+typedef uint32_t LanesAnywhere __attribute__((vector_size(lanes * 4), aligned(4), may_alias));
+
+Lanes runningSums(Lanes sum) {
+    const Lanes none = {};
+#ifdef __AVX512F__
+    sum += __builtin_shufflevector(none, sum, 0, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28,
+                                   29, 30);
+    sum += __builtin_shufflevector(none, sum, 0, 1, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27,
+                                   28, 29);
+    sum += __builtin_shufflevector(none, sum, 0, 1, 2, 3, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25,
+                                   26, 27);
+    return sum + __builtin_shufflevector(none, sum, 0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21,
+                                         22, 23);
+#else
+    sum += __builtin_shufflevector(none, sum, 0, 8, 9, 10, 4, 12, 13, 14);
+    sum += __builtin_shufflevector(none, sum, 0, 1, 8, 9, 4, 5, 12, 13);
+    return sum + __builtin_shufflevector(none, sum, 0, 1, 2, 3, 11, 11, 11, 11);
+#endif
+}
 
 ptrdiff_t runLanes(const uint32_t* columns, ptrdiff_t nCols, uint32_t* sums, ptrdiff_t count) {
-    const Lanes none = {};
-    Lanes before = none + sums[0];
+    Lanes before = Lanes{} + sums[0];
     ptrdiff_t i = 0;
-    for (; i + 8 <= count; i += 8) {
-        Lanes sum = *reinterpret_cast<const LanesAnywhere*>(columns + i + nCols) -
-                    *reinterpret_cast<const LanesAnywhere*>(columns + i);
-        sum += __builtin_shufflevector(none, sum, 0, 8, 9, 10, 4, 12, 13, 14);
-        sum += __builtin_shufflevector(none, sum, 0, 1, 8, 9, 4, 5, 12, 13);
-        sum += __builtin_shufflevector(none, sum, 0, 1, 2, 3, 11, 11, 11, 11);
+    for (; i + lanes <= count; i += lanes) {
+        const Lanes sum = runningSums(*reinterpret_cast<const LanesAnywhere*>(columns + i + nCols) -
+                                      *reinterpret_cast<const LanesAnywhere*>(columns + i));
         *reinterpret_cast<LanesAnywhere*>(sums + i + 1) = sum + before;
-        before += __builtin_shufflevector(sum, sum, 7, 7, 7, 7, 7, 7, 7, 7);
+        before += Lanes{} + sum[lanes - 1];
     }
     return i;
 }
