@@ -1,5 +1,6 @@
 #include "frame/context.h"
 
+#include "frame/kept.h"
 #include "frame/platform.h"
 
 #include <cstdlib>
@@ -14,18 +15,22 @@ int32_t contextSlot = ownNoSlot;
 int32_t attachedProcesses = 0;
 
 bool attachThread() {
-    auto* context = static_cast<DaxContext*>(ownPlatform.localAlloc(sizeof(DaxContext)));
-    if (context == nullptr) return false;
-    if (!ownPutContext(context)) {
-        ownPlatform.localFree(context);
+    auto* thread = static_cast<OwnThread*>(ownPlatform.localAlloc(sizeof(OwnThread)));
+    if (thread == nullptr) return false;
+    if (!ownPutContext(&thread->context)) {
+        ownPlatform.localFree(thread);
         return false;
     }
-    *context = contextTemplate;
+    thread->context = contextTemplate;
+    thread->kept = nullptr;
     return true;
 }
 
 void detachThread() {
-    if (void* context = ownPlatform.tlsGetValue(contextSlot)) ownPlatform.localFree(context);
+    auto* thread = static_cast<OwnThread*>(ownPlatform.tlsGetValue(contextSlot));
+    if (thread == nullptr) return;
+    ownReleaseKept(thread->kept);
+    ownPlatform.localFree(thread);
 }
 
 [[noreturn]] void endWithoutContext() {
@@ -77,3 +82,5 @@ DaxContext* ownGetContext() {
     if (context == nullptr) endWithoutContext();
     return static_cast<DaxContext*>(context);
 }
+
+OwnKept** ownGetKept() { return &reinterpret_cast<OwnThread*>(ownGetContext())->kept; }

@@ -29,6 +29,13 @@ public:
         block = static_cast<T*>(other);
     }
 
+    // Gives the block up to the caller.
+    T* release() {
+        T* const given = block;
+        block = nullptr;
+        return given;
+    }
+
 private:
     T* block = nullptr;
 };

@@ -220,7 +220,7 @@ protected:
         return platform->events;
     }
     std::unique_ptr<StandIn> platform;
-    const std::string block = "local alloc " + std::to_string(sizeof(DaxContext));
+    const std::string block = "local alloc " + std::to_string(sizeof(OwnThread));
 };
 
 TEST_F(Load, AttachAndDetachInStep) {
@@ -286,7 +286,7 @@ TEST_F(Error, ThreadsAreSeparateAndFreedAtTheirEnd) {
         EXPECT_EQ(daxGetErrStatus(), -5);
         daxErrorStr(4);
     };
-    const std::string block = "local alloc " + std::to_string(sizeof(DaxContext));
+    const std::string block = "local alloc " + std::to_string(sizeof(OwnThread));
     std::thread(use).join();
     EXPECT_THAT(platform.events, ElementsAre(block, "alloc 200", "free", "local free"));
     EXPECT_EQ(daxUndContext(), mine);
