@@ -13,7 +13,11 @@
 
 namespace {
 
-using BlockRoutine = bool (*)(const OwnRankBlock& block);
+struct Operation {
+    bool (*block)(const OwnRankBlock& block);
+    // Whether the routine takes blocks with margins.
+    bool (*margins)(int32_t depth, int32_t nRows, int32_t nCols);
+};
 
 struct Window {
     int32_t nRows;
@@ -52,7 +56,7 @@ int32_t between(int64_t value, int32_t most) {
 // In pixel order the destination's channel count is the step in the source, too. A source with
 // another count is read by that step through a copy, and past the end of its memory its last sample
 // stands for what isn't there.
-bool runBySteps(OwnRankBlock block, BlockRoutine routine) {
+bool runBySteps(OwnRankBlock block, const Operation& operation) {
     const ptrdiff_t sample = ownSampleBytes(block.depth);
     const ptrdiff_t rowCells = block.sourceCols() * block.nChannels;
     const ptrdiff_t last = block.srcBytes - sample;
@@ -73,13 +77,14 @@ bool runBySteps(OwnRankBlock block, BlockRoutine routine) {
     block.srcX = 0;
     block.srcY = 0;
     if (block.srcCoi > block.nChannels) block.srcCoi = block.nChannels;
-    return routine(block);
+    return operation.block(block);
 }
 
 class Engine {
 public:
-    Engine(DaxImage* srcImage, DaxImage* dstImage, const Window& theWindow, BlockRoutine theRoutine)
-        : src(srcImage), dst(dstImage), window(theWindow), routine(theRoutine) {}
+    Engine(DaxImage* srcImage, DaxImage* dstImage, const Window& theWindow,
+           const Operation& theOperation)
+        : src(srcImage), dst(dstImage), window(theWindow), operation(theOperation) {}
 
     void run(const DaxMapping* mapping) {
         Piece region;
@@ -96,7 +101,7 @@ private:
     DaxImage* src;
     DaxImage* dst;
     Window window;
-    BlockRoutine routine;
+    const Operation& operation;
 
     Target imageTarget() const {
         const ptrdiff_t step = dst->widthStep;
@@ -157,12 +162,15 @@ private:
         block.nChannels = dst->nChannels;
         block.depth = dst->depth;
         block.dataOrder = dst->dataOrder;
-        const bool bySteps =
-            block.dataOrder == DAX_DATA_PIXEL && block.srcChannels != block.nChannels;
-        return bySteps ? runBySteps(block, routine) : routine(block);
+        return bySteps() ? runBySteps(block, operation) : operation.block(block);
     }
 
-    bool runInImage(const Piece& piece, const Target& to) {
+    bool bySteps() const {
+        return dst->dataOrder == DAX_DATA_PIXEL && src->nChannels != dst->nChannels;
+    }
+
+    // The memory of a plain image, with the place of a piece's first window.
+    OwnRankBlock blockInImage(const Piece& piece) const {
         OwnRankBlock block = {};
         block.src = static_cast<const char*>(src->imageData);
         block.srcRowStep = src->widthStep;
@@ -171,7 +179,48 @@ private:
             block.srcPlaneStep * (src->dataOrder == DAX_DATA_PIXEL ? 1 : src->nChannels);
         block.srcX = piece.srcX - window.anchorX;
         block.srcY = piece.srcY - window.anchorY;
+        return block;
+    }
+
+    bool runInImage(const Piece& piece, const Target& to) {
+        return runBlock(blockInImage(piece), piece, to);
+    }
+
+    // The same where windows reach past the image's left or right edge: the columns beyond it go
+    // beside the rows.
+    bool runBetweenMargins(const Piece& piece, const Target& to) {
+        OwnRankBlock block = blockInImage(piece);
+        const int64_t end = int64_t{block.srcX} + piece.width + window.nCols - 1;
+        const int64_t height = int64_t{piece.height} + window.nRows - 1;
+        const int64_t before = block.srcX < 0 ? -int64_t{block.srcX} : 0;
+        const int64_t after = end > src->width ? end - src->width : 0;
+        OwnBuffer<char> left;
+        OwnBuffer<char> right;
+        const auto fetchMargin = [&](int32_t x, int64_t width, OwnBuffer<char>* copy,
+                                     OwnRankMargin* margin) {
+            int32_t step = 0;
+            if (width == 0) return true;
+            if (width > INT32_MAX) return false;
+            copy->reset(ownBorderRect(src, x, block.srcY, static_cast<int32_t>(width),
+                                      static_cast<int32_t>(height), &step));
+            *margin = {copy->get(), step, step * static_cast<ptrdiff_t>(height),
+                       static_cast<int32_t>(width)};
+            return copy->get() != nullptr;
+        };
+        if (!fetchMargin(block.srcX, before, &left, &block.left)) return false;
+        if (!fetchMargin(src->width, after, &right, &block.right)) return false;
+        if (block.srcX < 0) block.srcX = 0;
         return runBlock(block, piece, to);
+    }
+
+    // Whether what is written can't be read.
+    bool apart(const Piece& piece, const Target& to) const {
+        const OwnRankBlock block = blockInImage(piece);
+        const bool planes = dst->dataOrder != DAX_DATA_PIXEL;
+        const char* first = to.data + piece.dstY * to.rowStep;
+        const char* end = to.data + (ptrdiff_t{piece.dstY} + piece.height) * to.rowStep +
+                          (planes ? (dst->nChannels - 1) * to.planeStep : 0);
+        return end <= block.src || block.src + block.srcBytes <= first;
     }
 
     // The source with its surroundings; null when it can't be had.
@@ -197,9 +246,13 @@ private:
         return runBlock(block, piece, to);
     }
 
-    // The source has its pixels in one block: columns and rows whose windows leave the image go by
-    // copies, the rest straight on the image.
+    // The source has its pixels in one block. Rows whose windows leave it go by copies, and so do
+    // columns; but where nothing that is written is read again, rows may have margins instead,
+    // since a block of few columns costs as much as a wide one.
     bool runPlain(Piece piece, const Target& to) {
+        if (apart(piece, to) && !bySteps() &&
+            operation.margins(dst->depth, window.nRows, window.nCols))
+            return runRows(piece, to, &Engine::runBetweenMargins);
         const int32_t left = between(int64_t{window.anchorX} - piece.srcX, piece.width);
         if (left > 0 && !runOnCopy(piece.cut(0, 0, piece.height, left), to)) return false;
         piece = piece.cut(left, 0, piece.height, piece.width - left);
@@ -209,7 +262,11 @@ private:
         piece.width -= right;
         if (right > 0 && !runOnCopy(piece.cut(piece.width, 0, piece.height, right), to))
             return false;
-        if (piece.width == 0) return true;
+        return piece.width == 0 || runRows(piece, to, &Engine::runInImage);
+    }
+
+    bool runRows(Piece piece, const Target& to,
+                 bool (Engine::*runInside)(const Piece&, const Target&)) {
         const int32_t top = between(int64_t{window.anchorY} - piece.srcY, piece.height);
         if (top > 0 && !runOnCopy(piece.cut(0, 0, top, piece.width), to)) return false;
         piece = piece.cut(0, top, piece.height - top, piece.width);
@@ -219,7 +276,7 @@ private:
         piece.height -= bottom;
         if (bottom > 0 && !runOnCopy(piece.cut(0, piece.height, bottom, piece.width), to))
             return false;
-        return piece.height == 0 || runInImage(piece, to);
+        return piece.height == 0 || (this->*runInside)(piece, to);
     }
 
     void runOnGrid(const Piece& region) {
@@ -266,7 +323,7 @@ private:
 };
 
 void filter(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage, const Window& window,
-            const DaxMapping* mapping, BlockRoutine routine) {
+            const DaxMapping* mapping, const Operation& operation) {
     if (!call.sound(srcImage)) return;
     if (!call.sound(dstImage)) return;
     const auto [nRows, nCols, anchorX, anchorY] = window;
@@ -284,27 +341,33 @@ void filter(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage, const W
     call.rejects(ownWorkingChannels(srcImage) != ownWorkingChannels(dstImage),
                  "Number of interset channel input and output Image is not equal.");
     if (daxGetErrStatus() < 0) return;
-    Engine(srcImage, dstImage, window, routine).run(mapping);
+    Engine(srcImage, dstImage, window, operation).run(mapping);
 }
+
+constexpr Operation largest = {
+    [](const OwnRankBlock& block) { return ownExtremeBlock(block, OwnExtreme::largest); },
+    [](int32_t, int32_t, int32_t) { return true; }};
+constexpr Operation smallest = {
+    [](const OwnRankBlock& block) { return ownExtremeBlock(block, OwnExtreme::smallest); },
+    [](int32_t, int32_t, int32_t) { return true; }};
+constexpr Operation middle = {ownMedianBlock, ownMedianTakesMargins};
 
 } // namespace
 
 void daxMaxFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCols,
                   int32_t anchorX, int32_t anchorY, const DaxMapping* mapping) {
     filter({"daxMaxFilter", "daxnlf"}, srcImage, dstImage, {nRows, nCols, anchorX, anchorY},
-           mapping,
-           [](const OwnRankBlock& block) { return ownExtremeBlock(block, OwnExtreme::largest); });
+           mapping, largest);
 }
 
 void daxMinFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCols,
                   int32_t anchorX, int32_t anchorY, const DaxMapping* mapping) {
     filter({"daxMinFilter", "daxnlf"}, srcImage, dstImage, {nRows, nCols, anchorX, anchorY},
-           mapping,
-           [](const OwnRankBlock& block) { return ownExtremeBlock(block, OwnExtreme::smallest); });
+           mapping, smallest);
 }
 
 void daxMedianFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCols,
                      int32_t anchorX, int32_t anchorY, const DaxMapping* mapping) {
     filter({"daxMedianFilter", "daxnlf"}, srcImage, dstImage, {nRows, nCols, anchorX, anchorY},
-           mapping, ownMedianBlock);
+           mapping, middle);
 }

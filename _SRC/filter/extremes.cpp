@@ -123,8 +123,7 @@ bool filterBits(const OwnRankBlock& block, OwnExtreme which) {
     char* const result = rowWork[1] + wide;
     ColumnPass columns(lines, work.get(), narrow, block.nRows, (ptrdiff_t{block.width} + 7) / 8);
     for (ptrdiff_t k = 0; k < block.sourceRows(); ++k) {
-        const char* src = block.src + (block.srcY + k) * block.srcRowStep;
-        ownCopyBits(src, block.srcX, rowWork[0], 0, block.sourceCols());
+        ownRankBits(block, k, rowWork[0]);
         bitRow(ownExtremes(which), block.nCols, rowWork, block.width, columns.slot(k));
         columns.take(k, k < block.nRows - 1 ? nullptr : result);
         if (k >= block.nRows - 1)

@@ -42,12 +42,12 @@ OwnMedianArea areaOf(const OwnRankRun& run, const OwnRankBlock& block) {
 using LineKernel = void (*)(const OwnMedianWindow& window, char* work, char* dst, ptrdiff_t cells);
 
 // The kernel that works whole lines, null if there is none for the window.
-LineKernel lineKernel(const OwnRankBlock& block) {
-    const OwnMedianLines& lines = ownRows<OwnMedians>().lines[ownDepthIndex(block.depth)];
-    const int64_t cells = int64_t{block.nRows} * block.nCols;
-    const int32_t bits = ownDepthBits(block.depth);
-    if (block.nRows == 3 && block.nCols == 3) return lines.nine;
-    if (block.nRows == 5 && block.nCols == 5) return lines.twentyFive;
+LineKernel lineKernel(int32_t depth, int32_t nRows, int32_t nCols) {
+    const OwnMedianLines& lines = ownRows<OwnMedians>().lines[ownDepthIndex(depth)];
+    const int64_t cells = int64_t{nRows} * nCols;
+    const int32_t bits = ownDepthBits(depth);
+    if (nRows == 3 && nCols == 3) return lines.nine;
+    if (nRows == 5 && nCols == 5) return lines.twentyFive;
     if ((bits == 8 && cells > UINT8_MAX) || (bits == 16 && cells > mostOfAny16)) return nullptr;
     return lines.any;
 }
@@ -211,8 +211,7 @@ bool medianOfBits(const OwnRankBlock& block) {
     const auto enough = static_cast<uint32_t>(cells / 2 + (cells & 1));
     for (int32_t x = 0; x < block.width; ++x) totals[x] = 0;
     for (ptrdiff_t k = 0; k < block.sourceRows(); ++k) {
-        const char* src = block.src + (block.srcY + k) * block.srcRowStep;
-        ownCopyBits(src, block.srcX, bits.get(), 0, block.sourceCols());
+        ownRankBits(block, k, bits.get());
         table.countBits(bits.get(), block.nCols, counts(k), block.width);
         if (k < block.nRows - 1) {
             for (int32_t x = 0; x < block.width; ++x) totals[x] += counts(k)[x];
@@ -228,10 +227,14 @@ bool medianOfBits(const OwnRankBlock& block) {
 
 } // namespace
 
+bool ownMedianTakesMargins(int32_t depth, int32_t nRows, int32_t nCols) {
+    return depth == DAX_DEPTH_1U || lineKernel(depth, nRows, nCols) != nullptr;
+}
+
 bool ownMedianBlock(const OwnRankBlock& block) {
     if (block.depth == DAX_DEPTH_1U) return medianOfBits(block);
     const bool inPlace = overlaps(block);
-    const LineKernel kernel = inPlace ? nullptr : lineKernel(block);
+    const LineKernel kernel = inPlace ? nullptr : lineKernel(block.depth, block.nRows, block.nCols);
     const OwnRankRuns runs(block, true, kernel != nullptr);
     for (int32_t i = 0; i < runs.count(); ++i) {
         const OwnRankRun run = runs[i];

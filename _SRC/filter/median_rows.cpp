@@ -34,6 +34,20 @@ template <class T> void order5(T& a, T& b, T& c, T& d, T& e) {
     order(b, c);
 }
 
+// Calls `use(first, count)` for parts that make up a line, all of them whole vectors if there is
+// one in it: the last overlaps the one before, since cell after cell would take longer than all the
+// rest.
+template <class T, class Use> void inVectors(ptrdiff_t cells, Use use) {
+    constexpr ptrdiff_t vector = 64 / sizeof(T);
+    if (cells < vector) {
+        use(0, cells);
+        return;
+    }
+    const ptrdiff_t whole = cells / vector * vector;
+    use(0, whole);
+    if (whole < cells) use(cells - vector, vector);
+}
+
 // Of sorted columns, the largest of the least, the middle of the middle and the least of the
 // largest hold the median in their middle.
 template <class T>
@@ -43,16 +57,18 @@ void medianOfNine(const OwnMedianWindow& window, char*, char* dst, ptrdiff_t cel
     const auto* low = ownLanes<T>(window.lines[2]);
     const ptrdiff_t d = window.distance;
     auto* z = ownLanes<T>(dst);
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < cells; ++i) {
-        T a0 = top[i], a1 = mid[i], a2 = low[i];
-        T b0 = top[i + d], b1 = mid[i + d], b2 = low[i + d];
-        T c0 = top[i + 2 * d], c1 = mid[i + 2 * d], c2 = low[i + 2 * d];
-        order3(a0, a1, a2);
-        order3(b0, b1, b2);
-        order3(c0, c1, c2);
-        z[i] = middle(most(most(a0, b0), c0), middle(a1, b1, c1), least(least(a2, b2), c2));
-    }
+    inVectors<T>(cells, [=](ptrdiff_t first, ptrdiff_t count) {
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = first; i < first + count; ++i) {
+            T a0 = top[i], a1 = mid[i], a2 = low[i];
+            T b0 = top[i + d], b1 = mid[i + d], b2 = low[i + d];
+            T c0 = top[i + 2 * d], c1 = mid[i + 2 * d], c2 = low[i + 2 * d];
+            order3(a0, a1, a2);
+            order3(b0, b1, b2);
+            order3(c0, c1, c2);
+            z[i] = middle(most(most(a0, b0), c0), middle(a1, b1, c1), least(least(a2, b2), c2));
+        }
+    });
 }
 
 // Puts the least of so many values first and the largest last.
@@ -104,34 +120,15 @@ template <class T> void ends8(T& a, T& b, T& c, T& d, T& e, T& f, T& g, T& h) {
     order(f, h);
 }
 
-// First the columns of the window are sorted, each once for the five windows that it is in; then
-// the rows of the sorted columns. Of those only 13 values can be the median, and as many of the
-// rest lie below them as above; their own median is found by leaving out the least and the largest
-// of those that it takes to know that neither is it, again and again.
+// The rows of sorted columns are sorted. Of those only 13 values can be the median, and as many of
+// the rest lie below them as above; their own median is found by leaving out the least and the
+// largest of those that it takes to know that neither is it, again and again.
 template <class T>
-void medianOfTwentyFive(const OwnMedianWindow& window, char* work, char* dst, ptrdiff_t cells) {
-    const ptrdiff_t d = window.distance;
-    const ptrdiff_t columns = cells + 4 * d;
-    const auto* l0 = ownLanes<T>(window.lines[0]);
-    const auto* l1 = ownLanes<T>(window.lines[1]);
-    const auto* l2 = ownLanes<T>(window.lines[2]);
-    const auto* l3 = ownLanes<T>(window.lines[3]);
-    const auto* l4 = ownLanes<T>(window.lines[4]);
-    T* const s0 = reinterpret_cast<T*>(work);
-    T* const s1 = s0 + columns;
-    T* const s2 = s1 + columns;
-    T* const s3 = s2 + columns;
-    T* const s4 = s3 + columns;
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < columns; ++i) {
-        T a = l0[i], b = l1[i], c = l2[i], e = l3[i], f = l4[i];
-        order5(a, b, c, e, f);
-        s0[i] = a;
-        s1[i] = b;
-        s2[i] = c;
-        s3[i] = e;
-        s4[i] = f;
-    }
+void middleOfColumns(const T* s0, ptrdiff_t columns, ptrdiff_t d, char* dst, ptrdiff_t cells) {
+    const T* const s1 = s0 + columns;
+    const T* const s2 = s1 + columns;
+    const T* const s3 = s2 + columns;
+    const T* const s4 = s3 + columns;
     auto* z = ownLanes<T>(dst);
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < cells; ++i) {
@@ -161,6 +158,36 @@ void medianOfTwentyFive(const OwnMedianWindow& window, char* work, char* dst, pt
     }
 }
 
+// The columns of the window are sorted first, each once for the five windows that it is in.
+template <class T>
+void medianOfTwentyFive(const OwnMedianWindow& window, char* work, char* dst, ptrdiff_t cells) {
+    const ptrdiff_t d = window.distance;
+    const ptrdiff_t columns = cells + 4 * d;
+    const auto* l0 = ownLanes<T>(window.lines[0]);
+    const auto* l1 = ownLanes<T>(window.lines[1]);
+    const auto* l2 = ownLanes<T>(window.lines[2]);
+    const auto* l3 = ownLanes<T>(window.lines[3]);
+    const auto* l4 = ownLanes<T>(window.lines[4]);
+    T* const s0 = reinterpret_cast<T*>(work);
+    T* const s1 = s0 + columns;
+    T* const s2 = s1 + columns;
+    T* const s3 = s2 + columns;
+    T* const s4 = s3 + columns;
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < columns; ++i) {
+        T a = l0[i], b = l1[i], c = l2[i], e = l3[i], f = l4[i];
+        order5(a, b, c, e, f);
+        s0[i] = a;
+        s1[i] = b;
+        s2[i] = c;
+        s3[i] = e;
+        s4[i] = f;
+    }
+    inVectors<T>(cells, [=](ptrdiff_t first, ptrdiff_t count) {
+        middleOfColumns<T>(s0 + first, columns, d, dst + first * ptrdiff_t{sizeof(T)}, count);
+    });
+}
+
 template <class T> struct WordOf;
 template <> struct WordOf<uint8_t> { using type = uint8_t; };
 template <> struct WordOf<int8_t> { using type = uint8_t; };
@@ -168,51 +195,63 @@ template <> struct WordOf<uint16_t> { using type = uint16_t; };
 template <> struct WordOf<int16_t> { using type = uint16_t; };
 template <> struct WordOf<int32_t> { using type = uint32_t; };
 
+// How many of a window's values lie below what each cell tries.
+template <class T, class U>
+void countBelow(const OwnMedianWindow& window, ptrdiff_t first, ptrdiff_t count, const T* tried,
+                U* below) {
+    const ptrdiff_t d = window.distance;
+    for (int32_t row = 0; row < window.nRows; ++row) {
+        const auto* a = ownLanes<T>(window.lines[row]) + first;
+        int32_t col = 0;
+        for (; col + 4 <= window.nCols; col += 4, a += 4 * d) {
+            const auto *b = a + d, *c = b + d, *e = c + d;
+            OWN_EACH_ALONE
+            for (ptrdiff_t i = 0; i < count; ++i) {
+                U sum = below[i];
+                sum = static_cast<U>(sum + static_cast<U>(a[i] < tried[i]));
+                sum = static_cast<U>(sum + static_cast<U>(b[i] < tried[i]));
+                sum = static_cast<U>(sum + static_cast<U>(c[i] < tried[i]));
+                sum = static_cast<U>(sum + static_cast<U>(e[i] < tried[i]));
+                below[i] = sum;
+            }
+        }
+        for (; col < window.nCols; ++col, a += d) {
+            OWN_EACH_ALONE
+            for (ptrdiff_t i = 0; i < count; ++i)
+                below[i] = static_cast<U>(below[i] + static_cast<U>(a[i] < tried[i]));
+        }
+    }
+}
+
 // Bit by bit from the top: the median is the largest number that at most half of the window's
-// values lie below. All the cells of a block are worked side by side.
+// values lie below. The cells of a block are worked side by side.
 template <class T>
 void medianOfAny(const OwnMedianWindow& window, char*, char* dst, ptrdiff_t cells) {
     using U = typename WordOf<T>::type;
     constexpr U top = static_cast<U>(U{1} << (sizeof(U) * 8 - 1));
     constexpr U flip = static_cast<T>(-1) < 0 ? top : 0;
-    constexpr ptrdiff_t block = 1024 / sizeof(T);
+    constexpr ptrdiff_t block = 512 / sizeof(T);
     const U half = static_cast<U>(int64_t{window.nRows} * window.nCols / 2);
-    const ptrdiff_t d = window.distance;
-    U found[block];
-    T tried[block];
-    U below[block];
-    for (ptrdiff_t first = 0; first < cells; first += block) {
-        const ptrdiff_t count = cells - first < block ? cells - first : block;
-        memset(found, 0, sizeof found);
-        for (U bit = top; bit != 0; bit = static_cast<U>(bit >> 1)) {
-            for (ptrdiff_t i = 0; i < count; ++i) {
-                tried[i] = static_cast<T>((found[i] | bit) ^ flip);
-                below[i] = 0;
-            }
-            for (int32_t row = 0; row < window.nRows; ++row) {
-                const auto* a = ownLanes<T>(window.lines[row]) + first;
-                int32_t col = 0;
-                for (; col + 4 <= window.nCols; col += 4, a += 4 * d) {
-                    const auto *b = a + d, *c = b + d, *e = c + d;
-                    for (ptrdiff_t i = 0; i < count; ++i) {
-                        U sum = below[i];
-                        sum = static_cast<U>(sum + static_cast<U>(a[i] < tried[i]));
-                        sum = static_cast<U>(sum + static_cast<U>(b[i] < tried[i]));
-                        sum = static_cast<U>(sum + static_cast<U>(c[i] < tried[i]));
-                        sum = static_cast<U>(sum + static_cast<U>(e[i] < tried[i]));
-                        below[i] = sum;
-                    }
+    inVectors<T>(cells, [=, &window](ptrdiff_t begin, ptrdiff_t all) {
+        for (ptrdiff_t first = begin; first < begin + all; first += block) {
+            const ptrdiff_t rest = begin + all - first;
+            const ptrdiff_t count = rest < block ? rest : block;
+            U found[block] = {};
+            T tried[block];
+            U below[block];
+            for (U bit = top; bit != 0; bit = static_cast<U>(bit >> 1)) {
+                for (ptrdiff_t i = 0; i < block; ++i) {
+                    tried[i] = static_cast<T>((found[i] | bit) ^ flip);
+                    below[i] = 0;
                 }
-                for (; col < window.nCols; ++col, a += d)
-                    for (ptrdiff_t i = 0; i < count; ++i)
-                        below[i] = static_cast<U>(below[i] + static_cast<U>(a[i] < tried[i]));
+                countBelow<T, U>(window, first, count, tried, below);
+                for (ptrdiff_t i = 0; i < count; ++i)
+                    found[i] = static_cast<U>(below[i] <= half ? found[i] | bit : found[i]);
             }
-            for (ptrdiff_t i = 0; i < count; ++i)
-                found[i] = static_cast<U>(below[i] <= half ? found[i] | bit : found[i]);
+            auto* z = ownLanes<T>(dst) + first;
+            for (ptrdiff_t i = 0; i < count; ++i) z[i] = static_cast<T>(found[i] ^ flip);
         }
-        auto* z = ownLanes<T>(dst) + first;
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = static_cast<T>(found[i] ^ flip);
-    }
+    });
 }
 
 // The first of 16 bins with which a sum from the first on exceeds `place`; `before` becomes the sum

@@ -8,8 +8,16 @@
 #include <cstddef>
 #include <cstdint>
 
-// A rectangle to filter whose windows all lie in the source's memory. The first pixel's window has
-// its corner at the source's place.
+// Columns beyond the source's left or right edge, for the rows that a block reads.
+struct OwnRankMargin {
+    const char* data;
+    ptrdiff_t rowStep;
+    ptrdiff_t planeStep;
+    int32_t cols;
+};
+
+// A rectangle to filter whose windows all lie in the source's memory, or beside it in the margins.
+// The first pixel's window has its corner at the source's place, less the left margin's columns.
 struct OwnRankBlock {
     const char* src;
     ptrdiff_t srcBytes; // of the memory at `src`
@@ -19,6 +27,8 @@ struct OwnRankBlock {
     int32_t srcY;
     int32_t srcCoi;
     int32_t srcChannels;
+    OwnRankMargin left;
+    OwnRankMargin right;
     char* dst;
     ptrdiff_t dstRowStep;
     ptrdiff_t dstPlaneStep;
@@ -41,6 +51,12 @@ struct OwnRankBlock {
 struct OwnRankRun {
     const char* src;
     ptrdiff_t srcRowStep;
+    const char* left;
+    ptrdiff_t leftRowStep;
+    ptrdiff_t leftCells;
+    const char* right;
+    ptrdiff_t rightRowStep;
+    ptrdiff_t rightCells;
     char* dst;
     ptrdiff_t dstRowStep;
     ptrdiff_t sampleBytes;
@@ -49,6 +65,8 @@ struct OwnRankRun {
     ptrdiff_t distance; // in cells, from a pixel to the next
 
     bool packed() const { return cellStep == sampleBytes; }
+    // Rows are read where they lie.
+    bool direct() const { return packed() && leftCells + rightCells == 0; }
     ptrdiff_t sourceCells(int32_t nCols) const { return cells + (nCols - 1) * distance; }
 };
 
@@ -69,8 +87,8 @@ private:
     int32_t runs;
 };
 
-// The rows of a run with their cells side by side; those of one channel of several are brought
-// together in a ring, row after row, as they come into the window.
+// The rows of a run with their cells side by side; those with margins, or of one channel of
+// several, are brought together in a ring, row after row, as they come into the window.
 class OwnRankLines {
 public:
     OwnRankLines(const OwnRankRun& theRun, char* theRing, int32_t nRows, int32_t nCols)
@@ -78,14 +96,14 @@ public:
           lineBytes(theRun.sourceCells(nCols) * theRun.sampleBytes) {}
 
     static ptrdiff_t ringBytes(const OwnRankRun& run, int32_t nRows, int32_t nCols) {
-        return run.packed() ? 0 : nRows * run.sourceCells(nCols) * run.sampleBytes;
+        return run.direct() ? 0 : nRows * run.sourceCells(nCols) * run.sampleBytes;
     }
 
     // Takes in row `row`; rows come in order.
     const char* take(ptrdiff_t row);
     // A row that was taken, of the last `nRows`.
     const char* at(ptrdiff_t row) const {
-        return run.packed() ? run.src + row * run.srcRowStep : ring + row % slots * lineBytes;
+        return run.direct() ? run.src + row * run.srcRowStep : ring + row % slots * lineBytes;
     }
 
 private:
@@ -95,8 +113,14 @@ private:
     ptrdiff_t lineBytes;
 };
 
+// Row `row` of a bitonal block, from the top of the first byte on.
+void ownRankBits(const OwnRankBlock& block, ptrdiff_t row, char* line);
+
 // False when memory can't be had.
 bool ownExtremeBlock(const OwnRankBlock& block, OwnExtreme which);
 bool ownMedianBlock(const OwnRankBlock& block);
+
+// Whether a median goes row by row, so that a block may have margins.
+bool ownMedianTakesMargins(int32_t depth, int32_t nRows, int32_t nCols);
 
 #endif

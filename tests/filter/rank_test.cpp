@@ -217,7 +217,7 @@ TEST(Rank, WideImages) {
                         Image dst(shape);
                         call(filter, src, dst, window);
                         EXPECT_EQ(kit::byteDifference(dst, expected), "")
-                            << filter.name << " " << nRows << "x" << nCols;
+                            << filter.name << " " << window.nRows << "x" << window.nCols;
                     });
                 }
             }
