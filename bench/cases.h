@@ -130,6 +130,7 @@ void addFilter();
 void addArithmetic();
 void addMoves();
 void addAlpha();
+void addRank();
 
 } // namespace bench
 

@@ -2005,13 +2005,15 @@ DAX_API void daxMinFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows,
  * counted from 0, so for even n the upper of the two in the middle. On #DAX_DEPTH_1U the bit is
  * set when at least half of the rectangle's bits are.
  *
- * By a sliding histogram (Huang, Yang and Tang) on 8 bits, a radix search over four nibbles on 16
- * bits, and a sort on 32 bits, whose cost grows with n squared: use small rectangles there.
+ * Rectangles of 3 by 3 and 5 by 5 go by selection networks, others of few pixels by a search bit by
+ * bit, whose cost grows with n. Large ones go by the histograms of columns on 8 bits (Perreault and
+ * Hebert), at a cost that doesn't grow with the rectangle, and by a sliding histogram on 16 bits, at
+ * a cost that grows with its height.
  *
  * Channels: by the destination's `coi`. Without one, all channels of the destination; with one,
  * that channel of the destination and the source's `coi`, or the source's first channel if it has
- * none. On #DAX_DEPTH_1U `coi` isn't looked at. Don't call it in place: rows that are already
- * filtered would be read again.
+ * none. On #DAX_DEPTH_1U `coi` isn't looked at. Don't call it in place: what is already filtered
+ * would be read again, and it is slow.
  *
  * Reports, silence and tiles are as in daxMaxFilter(), with the name `daxMedianFilter`.
  *
