@@ -209,6 +209,27 @@ void addFilters(List& list, const Inputs& in) {
     list.put("daxBlur", "31 by 31", {in.picture}, "31, 31, 15, 15, NULL", blur<31>);
 }
 
+void addRank(List& list, const Inputs& in) {
+    const char* three = "3, 3, 1, 1, NULL";
+    const char* nine = "9, 9, 4, 4, NULL";
+    list.put("daxMedianFilter", "3 by 3, against salt and pepper", {in.noisy}, three,
+             [](const Images& i) { daxMedianFilter(i[0], i.result, 3, 3, 1, 1, nullptr); });
+    list.put("daxMedianFilter", "9 by 9", {in.picture}, nine,
+             [](const Images& i) { daxMedianFilter(i[0], i.result, 9, 9, 4, 4, nullptr); });
+    list.put("daxMaxFilter", "9 by 9", {in.picture}, nine,
+             [](const Images& i) { daxMaxFilter(i[0], i.result, 9, 9, 4, 4, nullptr); });
+    list.put("daxMinFilter", "9 by 9", {in.picture}, nine,
+             [](const Images& i) { daxMinFilter(i[0], i.result, 9, 9, 4, 4, nullptr); });
+    const auto morphology = [&](const char* function, Run run) {
+        list.put(function, "1 bit, twice", {in.bits}, "2, NULL", run);
+        list.put(function, "gray, twice", {in.gray}, "2, NULL", run);
+    };
+    morphology("daxErode", [](const Images& i) { daxErode(i[0], i.result, 2, nullptr); });
+    morphology("daxDilate", [](const Images& i) { daxDilate(i[0], i.result, 2, nullptr); });
+    morphology("daxOpen", [](const Images& i) { daxOpen(i[0], i.result, 2, nullptr); });
+    morphology("daxClose", [](const Images& i) { daxClose(i[0], i.result, 2, nullptr); });
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -218,6 +239,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addMoves(list, in);
     addAlpha(list, in);
     addFilters(list, in);
+    addRank(list, in);
     return std::move(list.entries);
 }
 

@@ -81,6 +81,11 @@ Inputs::Inputs(const Picture& source) {
     left = keep("left", "a soft disc on the left", plain, disc(0.35));
     right = keep("right", "a soft disc on the right", plain, disc(0.65));
     gray = keep("gray", "luminance", plain, [&](int, int y, int x) { return luma(y, x); });
+    noisy = keep("noisy", "salt and pepper on every tenth pixel", plain, [&](int, int y, int x) {
+        const uint32_t place = static_cast<uint32_t>(y * source.width + x);
+        const uint32_t chance = place * 2654435761u >> 8 ^ place * 40503u;
+        return chance % 20 == 0 ? 0 : chance % 20 == 1 ? 255 : luma(y, x);
+    });
     bits = keep("bits", "luminance above 127, in 1 bit", bitonal,
                 [&](int, int y, int x) { return luma(y, x) > 127; });
     shiftedBits = keep("shiftedBits", "moved, in 1 bit", bitonal,

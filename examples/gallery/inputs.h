@@ -40,6 +40,8 @@ public:
     DaxImage* left;
     DaxImage* right;
     DaxImage* gray;
+    // Salt and pepper on it.
+    DaxImage* noisy;
     DaxImage* bits;
     DaxImage* shiftedBits;
 
