@@ -172,6 +172,11 @@ bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) 
     return runs->count > 0 && runs->rows > 0;
 }
 
+void ownBoundRuns(DaxImage* const* images, OwnRuns* runs) {
+    for (int32_t i = 0; i < runs->images; ++i) runs->end[i] = blockEnd(images[i]);
+    runs->leaves = leavesBlocks(*runs);
+}
+
 ptrdiff_t ownSamplesInside(const OwnRuns& runs, char* const* at) {
     ptrdiff_t count = runs.count;
     for (int32_t i = 0; i < runs.images; ++i) {

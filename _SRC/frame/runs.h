@@ -32,6 +32,10 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
 // the offsets of the regions and `widthStep` as they stand. One source and a destination.
 bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
 
+// Sets the ends of the images' blocks, and whether runs are to be cut there, where all else of the
+// runs is known.
+void ownBoundRuns(DaxImage* const* images, OwnRuns* runs);
+
 // The same for bitonal images.
 struct OwnBitRuns {
     int32_t images;

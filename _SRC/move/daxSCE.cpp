@@ -1,23 +1,17 @@
 // Copy, set and exchange: the three data movers. Tiles are moved by the same functions, called
 // again with plain headers of the tiles.
 
-#include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
-#include "frame/header.h"
-#include "frame/memory.h"
 #include "frame/movers.h"
-#include "frame/ownrect.h"
 #include "frame/planeview.h"
+#include "frame/planewalk.h"
 
 namespace {
 
 constexpr OwnCall copyCall = {"daxCopy", "daxSCE"};
 constexpr OwnCall setCall = {"daxSet", "daxSCE"};
 constexpr OwnCall exchangeCall = {"daxExchange", "daxSCE"};
-
-constexpr const char* readFailure = "Error get tile to read";
-constexpr const char* writeFailure = "Error get tile to write";
 
 // The rows of one view, and of another beside it, as runs: whole rows of samples, or one sample in
 // every pixel.
@@ -208,90 +202,6 @@ void setPlain(const DaxImage* dstImage, int32_t fillValue) {
     });
 }
 
-// Past the end of the numbers a place is as far outside as at their end.
-int32_t movedPlace(int32_t offset, int32_t by) {
-    return by > INT32_MAX - offset ? INT32_MAX : offset + by;
-}
-
-// One of the two images is tiled. The walk goes over its tiles, and the region of the other's own
-// header follows it; the caller's region is put back at the end of the whole walk and not before.
-struct OneTiled {
-    DaxImage* tiled;
-    DaxImage* plain;
-    int32_t mode;
-    const char* failure;
-    const int32_t* tilePos;
-};
-
-template <class Move> void walkOneTiled(const OwnCall& call, const OneTiled& images, Move move) {
-    DaxTileWalk walk;
-    OwnTileSpan span;
-    DaxROI* const callersRoi = images.plain->roi;
-    const int32_t plainX = ownRoiX(images.plain);
-    const int32_t plainY = ownRoiY(images.plain);
-    if (ownTileWalkOf(images.plain, images.tiled, &walk) == 0) return;
-    DaxROI roi = {ownCoi(images.plain), plainX, plainY, walk.walkHeight, walk.walkWidth};
-    images.plain->roi = &roi;
-    if (!ownTileSpan(walk, images.tilePos, &span)) return;
-    OwnTile tile(images.tiled);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            const OwnTileShare x = ownTileShareX(walk, col);
-            const OwnTileShare y = ownTileShareY(walk, row);
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, images.mode)) {
-                call.report(DAX_StatusUnknownError, images.failure);
-                return;
-            }
-            roi.xOffset = movedPlace(plainX, x.before);
-            roi.yOffset = movedPlace(plainY, y.before);
-            OwnTileView view(images.tiled, tile.data(), x, y);
-            move(&view.header, images.plain);
-            tile.release();
-        }
-    }
-    images.plain->roi = callersRoi;
-}
-
-// Both images are tiled. The walk goes over the destination's tiles, each with a copy of the
-// source's rectangle that belongs to it: `move(tile header, rectangle header, place of the
-// rectangle in the source)`.
-template <class Move>
-void walkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage,
-                   const int32_t* tilePos, Move move) {
-    DaxTileWalk walk;
-    OwnTileSpan span;
-    if (ownTileWalkOf(srcImage, dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
-    OwnTile tile(dstImage);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            const OwnTileShare x = ownTileShareX(walk, col);
-            const OwnTileShare y = ownTileShareY(walk, row);
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, DAX_TILE_WRITE)) {
-                call.report(DAX_StatusUnknownError, writeFailure);
-                return;
-            }
-            const DaxROI place = {ownCoi(srcImage), movedPlace(ownRoiX(srcImage), x.before),
-                                  movedPlace(ownRoiY(srcImage), y.before), y.size, x.size};
-            int32_t step = 0;
-            OwnBuffer<char> rectangle;
-            rectangle.reset(ownBorderRect(srcImage, place.xOffset, place.yOffset, place.width,
-                                          place.height, &step));
-            if (!rectangle || daxGetErrStatus() < 0) return;
-            DaxROI rectangleRoi = {place.coi, 0, 0, place.height, place.width};
-            DaxImage header = *srcImage;
-            header.height = place.height;
-            header.width = place.width;
-            header.tileInfo = nullptr;
-            header.roi = &rectangleRoi;
-            header.imageData = rectangle.get();
-            ownDataLayout(&header, &header.widthStep, &header.dataSize);
-            OwnTileView view(dstImage, tile.data(), x, y);
-            move(&view.header, &header, place);
-            tile.release();
-        }
-    }
-}
-
 } // namespace
 
 void daxCopy(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {
@@ -300,17 +210,17 @@ void daxCopy(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {
     ownCheckCompatible(srcImage, dstImage, copyCall.funcName, copyCall.module, __builtin_LINE());
     if (daxGetErrStatus() < 0) return;
     if (srcImage->tileInfo != nullptr && dstImage->tileInfo != nullptr) {
-        walkBothTiled(copyCall, srcImage, dstImage, tilePos,
-                      [](DaxImage* tile, DaxImage* rectangle, const DaxROI&) {
-                          daxCopy(rectangle, tile, nullptr);
-                      });
+        ownWalkBothTiled(copyCall, srcImage, dstImage, tilePos,
+                         [](DaxImage* tile, DaxImage* rectangle, const DaxROI&) {
+                             daxCopy(rectangle, tile, nullptr);
+                         });
     } else if (srcImage->tileInfo != nullptr) {
         // This walk is never narrowed.
-        walkOneTiled(copyCall, {srcImage, dstImage, DAX_TILE_READ, readFailure, nullptr},
-                     [](DaxImage* tile, DaxImage* plain) { daxCopy(tile, plain, nullptr); });
+        ownWalkOneTiled(copyCall, srcImage, dstImage, {DAX_TILE_READ, ownReadFailure, nullptr},
+                        [](DaxImage* tile, DaxImage* plain) { daxCopy(tile, plain, nullptr); });
     } else if (dstImage->tileInfo != nullptr) {
-        walkOneTiled(copyCall, {dstImage, srcImage, DAX_TILE_WRITE, writeFailure, tilePos},
-                     [](DaxImage* tile, DaxImage* plain) { daxCopy(plain, tile, nullptr); });
+        ownWalkOneTiled(copyCall, dstImage, srcImage, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
+                        [](DaxImage* tile, DaxImage* plain) { daxCopy(plain, tile, nullptr); });
     } else {
         copyPlain(srcImage, dstImage);
     }
@@ -322,22 +232,8 @@ void daxSet(DaxImage* dstImage, int32_t fillValue, const int32_t* tilePos) {
         setPlain(dstImage, fillValue);
         return;
     }
-    DaxTileWalk walk;
-    OwnTileSpan span;
-    if (ownTileWalkSelf(dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
-    OwnTile tile(dstImage);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, DAX_TILE_WRITE)) {
-                setCall.report(DAX_StatusUnknownError, writeFailure);
-                return;
-            }
-            OwnTileView view(dstImage, tile.data(), ownTileShareX(walk, col),
-                             ownTileShareY(walk, row));
-            daxSet(&view.header, fillValue, nullptr);
-            tile.release();
-        }
-    }
+    ownWalkSelfTiled(setCall, dstImage, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
+                     [fillValue](DaxImage* tile) { daxSet(tile, fillValue, nullptr); });
 }
 
 void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {
@@ -347,25 +243,26 @@ void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos)
                        __builtin_LINE());
     if (daxGetErrStatus() < 0) return;
     if (srcImage->tileInfo != nullptr && dstImage->tileInfo != nullptr) {
-        walkBothTiled(exchangeCall, srcImage, dstImage, tilePos,
-                      [srcImage](DaxImage* tile, DaxImage* snapshot, const DaxROI& place) {
-                          DaxROI* const callersRoi = srcImage->roi;
-                          DaxROI* const tileRoi = tile->roi;
-                          DaxROI roi = place;
-                          srcImage->roi = &roi;
-                          daxCopy(tile, srcImage, nullptr);
-                          tile->roi = tileRoi; // a walk that fails doesn't put it back
-                          daxCopy(snapshot, tile, nullptr);
-                          srcImage->roi = callersRoi;
-                      });
+        ownWalkBothTiled(exchangeCall, srcImage, dstImage, tilePos,
+                         [srcImage](DaxImage* tile, DaxImage* snapshot, const DaxROI& place) {
+                             DaxROI* const callersRoi = srcImage->roi;
+                             DaxROI* const tileRoi = tile->roi;
+                             DaxROI roi = place;
+                             srcImage->roi = &roi;
+                             daxCopy(tile, srcImage, nullptr);
+                             tile->roi = tileRoi; // a walk that fails doesn't put it back
+                             daxCopy(snapshot, tile, nullptr);
+                             srcImage->roi = callersRoi;
+                         });
     } else if (srcImage->tileInfo != nullptr) {
         // The source is written, too; a tile of it that can't be had is reported as one to read all
         // the same.
-        walkOneTiled(exchangeCall, {srcImage, dstImage, DAX_TILE_WRITE, readFailure, nullptr},
-                     [](DaxImage* tile, DaxImage* plain) { daxExchange(tile, plain, nullptr); });
+        ownWalkOneTiled(exchangeCall, srcImage, dstImage, {DAX_TILE_WRITE, ownReadFailure, nullptr},
+                        [](DaxImage* tile, DaxImage* plain) { daxExchange(tile, plain, nullptr); });
     } else if (dstImage->tileInfo != nullptr) {
-        walkOneTiled(exchangeCall, {dstImage, srcImage, DAX_TILE_WRITE, writeFailure, tilePos},
-                     [](DaxImage* tile, DaxImage* plain) { daxExchange(plain, tile, nullptr); });
+        ownWalkOneTiled(exchangeCall, dstImage, srcImage,
+                        {DAX_TILE_WRITE, ownWriteFailure, tilePos},
+                        [](DaxImage* tile, DaxImage* plain) { daxExchange(plain, tile, nullptr); });
     } else {
         swapPlain(srcImage, dstImage);
     }
