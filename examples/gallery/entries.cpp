@@ -1,5 +1,6 @@
 #include "entries.h"
 
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -176,7 +177,58 @@ template <int32_t size> void blur(const Images& i) {
     daxBlur(i[0], i.result, size, size, size / 2, size / 2, nullptr);
 }
 
+// A kernel along a row that reads the sample so many columns away, and one along a column.
+Kernel columnsAway(int32_t columns) {
+    std::vector<int8_t> values(static_cast<size_t>(std::abs(columns)) + 1);
+    (columns < 0 ? values.front() : values.back()) = 1;
+    const int32_t anchor = columns < 0 ? -columns : 0;
+    return {daxCreateConvKernel(1, std::abs(columns) + 1, anchor, 0, values.data(), 0),
+            daxDeleteConvKernel};
+}
+
+Kernel rowsAway(int32_t rows) {
+    std::vector<int8_t> values(static_cast<size_t>(std::abs(rows)) + 1);
+    (rows < 0 ? values.front() : values.back()) = 1;
+    const int32_t anchor = rows < 0 ? -rows : 0;
+    return {daxCreateConvKernel(std::abs(rows) + 1, 1, 0, anchor, values.data(), 0),
+            daxDeleteConvKernel};
+}
+
+// The middle of the picture as an image of its own, and what a filter sees beyond its edges.
+template <int32_t mode> void margins(const Images& i) {
+    const int32_t height = i[0]->height / 4;
+    const int32_t width = i[0]->width / 4;
+    DaxImage part = *i[0];
+    part.height = height * 2;
+    part.width = width * 2;
+    part.imageData =
+        static_cast<char*>(part.imageData) + height * part.widthStep + width * part.nChannels;
+    daxSetBorderMode(&part, mode, DAX_SIDE_ALL, 96);
+    for (const int32_t below : {0, 1}) {
+        for (const int32_t beside : {0, 1}) {
+            const Kernel across = columnsAway(beside == 0 ? -width : width);
+            const Kernel down = rowsAway(below == 0 ? -height : height);
+            DaxROI quarter = {0, beside * width * 2, below * height * 2, height * 2, width * 2};
+            i.result->roi = &quarter;
+            daxConvolveSep2D(&part, i.result, across.get(), down.get());
+            i.result->roi = nullptr;
+        }
+    }
+}
+
 void addFilters(List& list, const Inputs& in) {
+    const auto beyond = [&](const char* title, const char* mode, Run run) {
+        list.put("daxSetBorderMode", title, {in.picture}, "", run).call =
+            "daxSetBorderMode(middle, " + std::string(mode) +
+            ", DAX_SIDE_ALL, 96); daxConvolveSep2D(middle, result, across, down)";
+    };
+    beyond("Beyond the edges: a constant", "DAX_BORDER_CONST", margins<DAX_BORDER_CONST>);
+    beyond("Beyond the edges: the nearest sample", "DAX_BORDER_REPLICATE",
+           margins<DAX_BORDER_REPLICATE>);
+    beyond("Beyond the edges: the image in a mirror", "DAX_BORDER_REFLECT",
+           margins<DAX_BORDER_REFLECT>);
+    beyond("Beyond the edges: the image again", "DAX_BORDER_WRAP", margins<DAX_BORDER_WRAP>);
+
     const char* one = "kernels, 1, DAX_COMBINE_SUM, NULL";
     list.put("daxConvolve2D", "Sharper: 5 in the middle, -1 on four sides", {in.picture}, one,
              [](const Images& i) {
