@@ -5,7 +5,6 @@
 
 #include "frame/call.h"
 #include "frame/daxlib.h"
-#include "frame/header.h"
 #include "frame/ownrect.h"
 #include "frame/planeview.h"
 
@@ -17,15 +16,6 @@ inline constexpr const char* ownNoTileToWrite = "Error get tile to write";
 constexpr int32_t ownCoordinate(int64_t at) {
     return at > INT32_MAX ? INT32_MAX : at < INT32_MIN ? INT32_MIN : static_cast<int32_t>(at);
 }
-
-// A plain header for a tile that is held, with the row step of a tile.
-struct OwnSteppedTileView : OwnTileView {
-    OwnSteppedTileView(const DaxImage* tiled, void* data, const OwnTileShare& x,
-                       const OwnTileShare& y)
-        : OwnTileView(tiled, data, x, y) {
-        header.widthStep = static_cast<int32_t>(ownRowStep(&header));
-    }
-};
 
 // Calls `work(x, y, header of the tile)` for the tiles of a destination; false when a tile couldn't
 // be had, or the work fails.
@@ -41,7 +31,7 @@ bool ownEachTile(const OwnCall& call, DaxImage* dstImage, const DaxTileWalk& wal
             }
             const OwnTileShare x = ownTileShareX(walk, col);
             const OwnTileShare y = ownTileShareY(walk, row);
-            OwnSteppedTileView view(dstImage, tile.data(), x, y);
+            OwnTileView view(dstImage, tile.data(), x, y);
             if (!work(x, y, &view.header)) return false;
             tile.release();
         }

@@ -6,6 +6,7 @@
 #include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
+#include "frame/header.h"
 #include "frame/kernels.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
