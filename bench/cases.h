@@ -131,6 +131,7 @@ void addArithmetic();
 void addMoves();
 void addAlpha();
 void addRank();
+void addTone();
 
 } // namespace bench
 
