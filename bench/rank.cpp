@@ -55,7 +55,7 @@ Case caseOf(const char* name, const Form& form, int size, Filter filter) {
 }
 
 template <int size> void addExtremes() {
-    constexpr int last = size * size - 1;
+    [[maybe_unused]] constexpr int last = size * size - 1;
     std::vector<Form> forms = {{.depth = u8}};
     if (size == 3) forms = plainForms();
     if (size == 3) forms.push_back({.depth = u8, .channels = 3});
