@@ -1,0 +1,203 @@
+// For row kernels only: pixels of three channels, taken apart into three runs of samples and put
+// together again, a block at a time.
+#ifndef OWN_THIRDS_H
+#define OWN_THIRDS_H
+
+#include "color/owncolor.h"
+#include "frame/lanes.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__AVX512BW__)
+#pragma GCC diagnostic push
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#endif
+
+namespace {
+
+constexpr ptrdiff_t ownThirdsBlock = 512; // pixels
+
+#if defined(__AVX512BW__)
+// A group of 48 bytes lies as four lanes of 12 bytes, each of which has three words of one channel.
+template <ptrdiff_t size> struct OwnThirdsOrder {
+    alignas(64) int8_t apart[64] = {};
+    alignas(64) int8_t together[64] = {};
+    constexpr OwnThirdsOrder() {
+        for (int8_t& place : apart) place = -1;
+        for (int8_t& place : together) place = -1;
+        for (ptrdiff_t lane = 0; lane < 64; lane += 16)
+            for (ptrdiff_t c = 0; c < 3; ++c)
+                for (ptrdiff_t byte = 0; byte < 4; ++byte) {
+                    const ptrdiff_t split = c * 4 + byte;
+                    const ptrdiff_t joined = (byte / size * 3 + c) * size + byte % size;
+                    apart[lane + split] = static_cast<int8_t>(joined);
+                    together[lane + joined] = static_cast<int8_t>(split);
+                }
+    }
+};
+template <ptrdiff_t size> constexpr OwnThirdsOrder<size> ownThirdsOrder = {};
+
+// A group with its channels apart.
+template <class T> __m512i ownLoadThirds(const char* src) {
+    const __m512i spread = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
+    const __m512i bytes = _mm512_maskz_loadu_epi32(0x0FFF, src);
+    return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(spread, bytes),
+                               _mm512_load_si512(ownThirdsOrder<sizeof(T)>.apart));
+}
+
+// A group from its channels.
+template <class T> void ownStoreThirds(char* dst, __m512i lanes) {
+    const __m512i close = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
+    const __m512i bytes =
+        _mm512_shuffle_epi8(lanes, _mm512_load_si512(ownThirdsOrder<sizeof(T)>.together));
+    _mm512_mask_storeu_epi32(dst, 0x0FFF, _mm512_permutexvar_epi32(close, bytes));
+}
+#endif
+
+// The channels in the order of memory. In plain loops the compiler picks samples one by one: gray
+// from interleaved bytes is at 0.1 of a stream with them.
+template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdiff_t count) {
+    constexpr ptrdiff_t size = sizeof(T);
+    ptrdiff_t done = 0;
+#if defined(__AVX512BW__)
+    constexpr ptrdiff_t group = 16 / size;
+    const __m512i firsts =
+        _mm512_setr_epi32(0, 4, 8, 12, 16, 20, 24, 28, 1, 5, 9, 13, 17, 21, 25, 29);
+    const __m512i thirds =
+        _mm512_setr_epi32(2, 6, 10, 14, 18, 22, 26, 30, 2, 6, 10, 14, 18, 22, 26, 30);
+    for (; done + 4 * group <= count; done += 4 * group) {
+        const char* at = src + done * 3 * size;
+        const __m512i v0 = ownLoadThirds<T>(at);
+        const __m512i v1 = ownLoadThirds<T>(at + 48);
+        const __m512i v2 = ownLoadThirds<T>(at + 96);
+        const __m512i v3 = ownLoadThirds<T>(at + 144);
+        const __m512i lowAB = _mm512_permutex2var_epi32(v0, firsts, v1);
+        const __m512i highAB = _mm512_permutex2var_epi32(v2, firsts, v3);
+        const __m512i lowC = _mm512_permutex2var_epi32(v0, thirds, v1);
+        const __m512i highC = _mm512_permutex2var_epi32(v2, thirds, v3);
+        _mm512_storeu_si512(a + done, _mm512_shuffle_i64x2(lowAB, highAB, 0x44));
+        _mm512_storeu_si512(b + done, _mm512_shuffle_i64x2(lowAB, highAB, 0xEE));
+        _mm512_storeu_si512(c + done, _mm512_shuffle_i64x2(lowC, highC, 0x44));
+    }
+#endif
+    const auto* x = ownLanes<T>(src);
+    for (ptrdiff_t i = done; i < count; ++i) {
+        a[i] = x[3 * i];
+        b[i] = x[3 * i + 1];
+        c[i] = x[3 * i + 2];
+    }
+}
+
+template <class T>
+void ownJoinThirds(const T* a, const T* b, const T* c, char* dst, ptrdiff_t count) {
+    constexpr ptrdiff_t size = sizeof(T);
+    ptrdiff_t done = 0;
+#if defined(__AVX512BW__)
+    constexpr ptrdiff_t group = 16 / size;
+    for (; done + 4 * group <= count; done += 4 * group) {
+        const __m512i va = _mm512_loadu_si512(a + done);
+        const __m512i vb = _mm512_loadu_si512(b + done);
+        const __m512i vc = _mm512_loadu_si512(c + done);
+        for (int32_t k = 0; k < 4; ++k) {
+            const __m512i base = _mm512_set1_epi32(4 * k);
+            const __m512i pairs = _mm512_add_epi32(
+                base, _mm512_setr_epi32(0, 16, 0, 0, 1, 17, 0, 0, 2, 18, 0, 0, 3, 19, 0, 0));
+            const __m512i third = _mm512_add_epi32(
+                base, _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
+            const __m512i lanes = _mm512_mask_permutexvar_epi32(
+                _mm512_permutex2var_epi32(va, pairs, vb), 0x4444, third, vc);
+            ownStoreThirds<T>(dst + done * 3 * size + 48 * k, lanes);
+        }
+    }
+#endif
+    auto* z = ownLanes<T>(dst);
+    for (ptrdiff_t i = done; i < count; ++i) {
+        z[3 * i] = a[i];
+        z[3 * i + 1] = b[i];
+        z[3 * i + 2] = c[i];
+    }
+}
+
+// Three runs of samples of a block: where they lie in planes, else in a copy.
+template <class T> struct OwnThirdsRead {
+    T copy[3][ownThirdsBlock];
+    const char* at[3];
+
+    void operator()(const OwnThirds& src, ptrdiff_t first, ptrdiff_t count) {
+        constexpr ptrdiff_t size = sizeof(T);
+        for (ptrdiff_t k = 0; k < 3; ++k) at[k] = reinterpret_cast<const char*>(copy[k]);
+        if (src.step == size)
+            for (ptrdiff_t k = 0; k < 3; ++k) at[k] = src.at[k] + first * size;
+        else if (src.step == 3 * size && src.at[0] < src.at[2])
+            ownSplitThirds<T>(src.at[0] + first * src.step, copy[0], copy[1], copy[2], count);
+        else if (src.step == 3 * size)
+            ownSplitThirds<T>(src.at[2] + first * src.step, copy[2], copy[1], copy[0], count);
+        else
+            for (ptrdiff_t k = 0; k < 3; ++k)
+                ownGather<T>(src.at[k] + first * src.step, src.step, copy[k], count);
+    }
+};
+
+// The same for results: to be written at `at`, and then put where they belong.
+template <class T> struct OwnThirdsWrite {
+    T copy[3][ownThirdsBlock];
+    char* at[3];
+
+    void begin(const OwnThirds& dst, ptrdiff_t first) {
+        constexpr ptrdiff_t size = sizeof(T);
+        for (ptrdiff_t k = 0; k < 3; ++k)
+            at[k] = dst.step == size ? dst.at[k] + first * size : reinterpret_cast<char*>(copy[k]);
+    }
+    void end(const OwnThirds& dst, ptrdiff_t first, ptrdiff_t count) const {
+        constexpr ptrdiff_t size = sizeof(T);
+        if (dst.step == size) return;
+        if (dst.step == 3 * size && dst.at[0] < dst.at[2])
+            ownJoinThirds<T>(copy[0], copy[1], copy[2], dst.at[0] + first * dst.step, count);
+        else if (dst.step == 3 * size)
+            ownJoinThirds<T>(copy[2], copy[1], copy[0], dst.at[2] + first * dst.step, count);
+        else
+            for (ptrdiff_t k = 0; k < 3; ++k)
+                ownScatter<T>(copy[k], dst.at[k] + first * dst.step, dst.step, count);
+    }
+};
+
+// Calls `each(first, n)` for each block of a run.
+template <class Each> void ownEachBlock(ptrdiff_t count, Each each) {
+    for (ptrdiff_t first = 0; first < count; first += ownThirdsBlock)
+        each(first, count - first < ownThirdsBlock ? count - first : ownThirdsBlock);
+}
+
+// `of(a, b, c, x, y, z)` makes three samples of three.
+template <class T, class Of>
+void ownMapThirds(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t count, Of of) {
+    OwnThirdsRead<T> in;
+    OwnThirdsWrite<T> out;
+    ownEachBlock(count, [&](ptrdiff_t first, ptrdiff_t n) {
+        in(src, first, n);
+        out.begin(dst, first);
+        const auto* a = ownLanes<T>(in.at[0]);
+        const auto* b = ownLanes<T>(in.at[1]);
+        const auto* c = ownLanes<T>(in.at[2]);
+        auto* x = ownLanes<T>(out.at[0]);
+        auto* y = ownLanes<T>(out.at[1]);
+        auto* z = ownLanes<T>(out.at[2]);
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            T results[3];
+            of(T{a[i]}, T{b[i]}, T{c[i]}, results);
+            x[i] = results[0];
+            y[i] = results[1];
+            z[i] = results[2];
+        }
+        out.end(dst, first, n);
+    });
+}
+
+} // namespace
+
+#endif

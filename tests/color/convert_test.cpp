@@ -1,0 +1,419 @@
+// The conversions between colour models and between colour and gray, beside plain models.
+
+#include "color/colors.h"
+#include "color/models.h"
+#include "kit/platform.h"
+#include "kit/reports.h"
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+using namespace color;
+using Lines = std::vector<std::string>;
+
+struct Conversion {
+    Way way;
+    void (*function)(DaxImage* src, DaxImage* dst, const int32_t* tilePos);
+    const char* name;
+    const char* from;
+    const char* to;
+    const char* kernel;
+};
+
+constexpr Conversion conversions[] = {
+    {Way::rgbToHsv, daxRGB2HSV, "daxRGB2HSV", "RGB", "HSV", "ownRGB2HSV"},
+    {Way::hsvToRgb, daxHSV2RGB, "daxHSV2RGB", "HSV", "RGB", "ownRGB2HSV"},
+    {Way::rgbToHls, daxRGB2HLS, "daxRGB2HLS", "RGB", "HLS", "ownRGB2HSV"},
+    {Way::hlsToRgb, daxHLS2RGB, "daxHLS2RGB", "HLS", "RGB", "ownRGB2HLS"},
+};
+
+constexpr int32_t colourDepths[] = {DAX_DEPTH_8U, DAX_DEPTH_16U, DAX_DEPTH_32S};
+
+// The channel of a colour, from 1; models other than RGB lie in the order of their names.
+int32_t channelOf(const DaxImage* image, size_t k) {
+    const auto place = static_cast<int32_t>(k) + 1;
+    if (std::string(image->colorModel, 3) != "RGB") return place;
+    if (image->dataOrder == DAX_DATA_PIXEL) return image->channelSeq[0] == 'R' ? place : 4 - place;
+    return static_cast<int32_t>(std::string(image->channelSeq, 4).find("RGB"[k])) + 1;
+}
+
+Pixel pixelAt(const Image& image, int32_t x, int32_t y) {
+    Pixel pixel;
+    for (size_t k = 0; k < 3; ++k) pixel[k] = image.get(x, y, channelOf(image.operator->(), k));
+    return pixel;
+}
+
+void putPixel(Image& image, int32_t x, int32_t y, const Pixel& pixel) {
+    for (size_t k = 0; k < 3; ++k) image.set(x, y, channelOf(image.operator->(), k), pixel[k]);
+}
+
+Shape anyColour(Random& random, int32_t depth, int32_t order, int32_t channels) {
+    return {.depth = depth,
+            .channels = channels,
+            .width = random.chance(20) ? random.in(500, 700) : random.in(1, 90),
+            .height = random.in(1, 5),
+            .order = order,
+            .align = random.oneOf({4, 8}),
+            .slack = random.chance(30) ? random.in(1, 9) : 0,
+            .shift = random.in(0, 7)};
+}
+
+std::string anySeq(Random& random) {
+    return random.oneOf<std::string>({"RGB", "BGR", "RBG", "GRB"});
+}
+
+// Colours as they occur: within the depth's range, grays, ties and ends among them.
+void fillColours(Image& image, Random& random, bool hueFirst) {
+    const int64_t most = image.shape().depth == DAX_DEPTH_32S
+                             ? 2147483647
+                             : (int64_t{1} << kit::bitsOf(image.shape().depth)) - 1;
+    for (int32_t y = 0; y < image->height; ++y)
+        for (int32_t x = 0; x < image->width; ++x)
+            for (int32_t c = 1; c <= image->nChannels; ++c) {
+                const auto any =
+                    static_cast<int64_t>(random.bits() % static_cast<uint64_t>(most + 1));
+                int64_t value = random.chance(20)            ? random.oneOf<int64_t>({0, 1, most})
+                                : c > 1 && random.chance(20) ? image.get(x, y, c - 1)
+                                                             : any;
+                if (hueFirst && c == 1 && random.chance(90))
+                    value = random.in(0, image.shape().depth == DAX_DEPTH_8U ? 179 : 360);
+                image.set(x, y, c, value);
+            }
+}
+
+struct Pair {
+    Image src;
+    Image dst;
+};
+
+Pair anyPair(Random& random, const Conversion& conversion) {
+    const int32_t order = random.in(0, 1);
+    const int32_t channels = random.oneOf({3, 3, 4});
+    const int32_t depth = random.of(colourDepths);
+    Shape src = anyColour(random, depth, order, channels);
+    Shape dst = anyColour(random, depth, order, channels);
+    if (random.chance(30)) dst = src;
+    Pair pair{Image(src), Image(dst, random)};
+    fillColours(pair.src, random, conversion.from[0] == 'H');
+    name(pair.src, conversion.from, conversion.from[0] == 'H' ? conversion.from : anySeq(random));
+    name(pair.dst, conversion.to[0] == 'H' ? "any" : "RGB", anySeq(random));
+    return pair;
+}
+
+TEST(ColorModels, LikeThePlainModel) {
+    kit::forEachIsa([] {
+        for (const Conversion& conversion : conversions)
+            kit::forSeeds(60, [&](Random& random) {
+                Pair is = anyPair(random, conversion);
+                Image expected = is.dst;
+                for (int32_t y = 0; y < is.src->height && y < is.dst->height; ++y)
+                    for (int32_t x = 0; x < is.src->width && x < is.dst->width; ++x)
+                        putPixel(
+                            expected, x, y,
+                            convert(conversion.way, is.src.shape().depth, pixelAt(is.src, x, y)));
+                const std::string fourth(is.dst->channelSeq + 3, 1);
+                conversion.function(is.src, is.dst, nullptr);
+                EXPECT_EQ(kit::byteDifference(is.dst, expected), "")
+                    << conversion.name << " " << is.src.shape().text();
+                EXPECT_EQ(std::string(is.dst->colorModel, 3), conversion.to);
+                EXPECT_EQ(std::string(is.dst->channelSeq, 4), conversion.to + fourth);
+            });
+    });
+}
+
+TEST(ColorModels, InPlace) {
+    for (const Conversion& conversion : conversions)
+        kit::forSeeds(20, [&](Random& random) {
+            Pair is = anyPair(random, conversion);
+            Image apart(is.src.shape());
+            name(apart, "RGB", std::string(is.src->channelSeq, 4));
+            conversion.function(is.src, apart, nullptr);
+            conversion.function(is.src, is.src, nullptr);
+            for (int32_t y = 0; y < apart->height; ++y)
+                for (int32_t x = 0; x < apart->width; ++x)
+                    for (int32_t c = 1; c <= 3; ++c)
+                        ASSERT_EQ(is.src.get(x, y, c), apart.get(x, y, c)) << conversion.name;
+        });
+}
+
+// Every colour of 8 bits, both ways.
+TEST(ColorModels, AllColoursOfBytes) {
+    const Shape shape = {.channels = 3, .width = 4096, .height = 16, .order = DAX_DATA_PLANE};
+    Image src(shape);
+    Image dst(shape);
+    const ptrdiff_t plane = ptrdiff_t{4096} * 16;
+    for (const Conversion& conversion : conversions)
+        for (int32_t part = 0; part < 256; ++part) {
+            for (int32_t i = 0; i < plane; ++i) {
+                src.data()[i] = static_cast<uint8_t>(part);
+                src.data()[plane + i] = static_cast<uint8_t>(i >> 8);
+                src.data()[2 * plane + i] = static_cast<uint8_t>(i);
+            }
+            name(src, conversion.from, conversion.from);
+            name(dst, conversion.to, conversion.to);
+            conversion.function(src, dst, nullptr);
+            int64_t wrong = 0;
+            for (int32_t i = 0; i < plane; ++i) {
+                const Pixel is = {dst.data()[i], dst.data()[plane + i], dst.data()[2 * plane + i]};
+                wrong += is != convert(conversion.way, DAX_DEPTH_8U, {part, i >> 8 & 255, i & 255});
+            }
+            ASSERT_EQ(wrong, 0) << conversion.name << ", first channel " << part;
+        }
+}
+
+TEST(ColorModels, NegativeSamplesAreDefined) {
+    for (const Conversion& conversion : conversions) {
+        Random random(3);
+        const Shape shape = {.depth = DAX_DEPTH_32S, .channels = 3, .width = 300, .height = 3};
+        Image src(shape, random);
+        Image first(shape);
+        Image second(shape);
+        for (Image* dst : {&first, &second}) {
+            name(src, conversion.from, conversion.from);
+            name(*dst, "RGB", "RGB");
+            conversion.function(src, *dst, nullptr);
+        }
+        EXPECT_EQ(kit::byteDifference(first, second), "");
+    }
+}
+
+TEST(ColorGray, LikeThePlainModel) {
+    kit::forEachIsa([] {
+        kit::forSeeds(200, [](Random& random) {
+            const int32_t srcDepth = random.of(colourDepths);
+            const int32_t dstDepth = random.oneOf({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
+            const int32_t order = random.in(0, 1);
+            Image src(anyColour(random, srcDepth, order, random.in(3, 4)), random);
+            if (random.chance(50)) fillColours(src, random, false);
+            const bool many = dstDepth != DAX_DEPTH_1U && random.chance(30);
+            Image dst(anyColour(random, dstDepth, many ? 1 : random.in(0, 1), many ? 2 : 1),
+                      random);
+            name(src, "RGB", anySeq(random));
+            Image expected = dst;
+            for (int32_t y = 0; y < src->height && y < dst->height; ++y)
+                for (int32_t x = 0; x < src->width && x < dst->width; ++x)
+                    expected.set(x, y, 1,
+                                 grayOf(srcDepth, dstDepth, order == 1, pixelAt(src, x, y)));
+            daxColorToGray(src, dst, nullptr);
+            EXPECT_EQ(kit::byteDifference(dst, expected), "")
+                << src.shape().text() << " to " << dst.shape().text();
+        });
+    });
+}
+
+TEST(ColorGray, Tinted) {
+    kit::forEachIsa([] {
+        kit::forSeeds(200, [](Random& random) {
+            const int32_t dstDepth = random.of(colourDepths);
+            const bool bits = dstDepth == DAX_DEPTH_8U && random.chance(40);
+            const int32_t srcDepth = bits ? DAX_DEPTH_1U : dstDepth;
+            Image src(anyColour(random, srcDepth, random.in(0, 1), 1), random);
+            Image dst(anyColour(random, dstDepth, random.in(0, 1), random.in(3, 4)), random);
+            name(dst, "RGB", anySeq(random));
+            std::array<float, 3> fracts = {};
+            if (random.chance(80))
+                for (float& fract : fracts)
+                    fract = random.oneOf({0.0f, 1.0f, 0.5f, 0.001f, 0.7f, 1.5f, -0.25f, 2.0f});
+            if (dstDepth == DAX_DEPTH_32S)
+                for (float& fract : fracts) fract = std::min(fract, 1.0f);
+            Image expected = dst;
+            for (int32_t y = 0; y < src->height && y < dst->height; ++y)
+                for (int32_t x = 0; x < src->width && x < dst->width; ++x)
+                    putPixel(expected, x, y, tintOf(srcDepth, dstDepth, src.get(x, y, 1), fracts));
+            daxGrayToColor(src, dst, fracts[0], fracts[1], fracts[2], nullptr);
+            EXPECT_EQ(kit::byteDifference(dst, expected), "")
+                << src.shape().text() << " to " << dst.shape().text() << " " << fracts[0] << " "
+                << fracts[1] << " " << fracts[2];
+        });
+    });
+}
+
+TEST(ColorGray, WhiteIsNotQuiteWhite) {
+    Image src({.channels = 3});
+    for (int32_t c = 1; c <= 3; ++c) src.set(0, 0, c, 255);
+    name(src, "RGB", "RGB");
+    Image dst({});
+    daxColorToGray(src, dst, nullptr);
+    EXPECT_EQ(dst.get(0, 0, 1), 254);
+}
+
+using Call = std::function<void(DaxImage* src, DaxImage* dst, const int32_t* tilePos)>;
+
+// Tiled images, whose size is no multiple of the tiles', give what plain ones give; tiles at the
+// edge are written whole, from the source's border.
+TEST(ColorTiles, LikePlain) {
+    kit::forSeeds(40, [](Random& random) {
+        const bool gray = random.chance(50);
+        const Conversion& conversion = random.of(conversions);
+        Shape shape = anyColour(random, DAX_DEPTH_8U, random.in(0, 1), 3);
+        shape.slack = 0;
+        shape.width = random.in(1, 60);
+        shape.height = random.in(1, 40);
+        Image src(shape, random);
+        name(src, gray ? "RGB" : conversion.from, gray ? anySeq(random) : conversion.from);
+        daxSetBorderMode(src, DAX_BORDER_REPLICATE, DAX_SIDE_ALL, 0);
+        if (gray) shape.channels = 1, shape.depth = random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_1U});
+        Image dst(shape, random);
+        name(dst, "RGB", gray ? "any" : anySeq(random));
+        const Call call = [&](DaxImage* from, DaxImage* to, const int32_t* tilePos) {
+            gray ? daxColorToGray(from, to, tilePos) : conversion.function(from, to, tilePos);
+        };
+        Image expected = dst;
+        call(src, expected, nullptr);
+        for (int32_t set = 1; set < 4; ++set) {
+            kit::TileLog log;
+            Image plainDst = dst;
+            EndingTiles a(src, 'A', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
+            EndingTiles d(dst, 'D', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
+            call(set & 1 ? a : static_cast<DaxImage*>(src),
+                 set & 2 ? d : static_cast<DaxImage*>(plainDst), nullptr);
+            EXPECT_EQ(kit::pixelDifference(set & 2 ? d.gathered() : plainDst, expected), "")
+                << "mask " << set << " " << src.shape().text();
+            if (set == 2 && !gray && conversion.way == Way::rgbToHsv) {
+                const int32_t right = (shape.width - 1) / d.info.width;
+                EXPECT_EQ(d.tile(right, 0).get(d.info.width - 1, 0, 3),
+                          expected.get(shape.width - 1, 0, 3));
+            }
+        }
+    });
+}
+
+Lines requestsOf(int32_t width, int32_t height, const int32_t* tilePos, kit::TileLog& log) {
+    Image plain({.channels = 3, .width = width, .height = height});
+    name(plain, "RGB", "RGB");
+    Image shape({.channels = 3, .width = width, .height = height});
+    EndingTiles dst(shape, 'D', 8, 8, log);
+    daxRGB2HSV(plain, dst, tilePos);
+    return log.lines;
+}
+
+TEST(ColorTiles, WalkGoesOnUntilNothingComesTwice) {
+    kit::Reports reports;
+    kit::TileLog log;
+    EXPECT_EQ(requestsOf(16, 9, nullptr, log),
+              (Lines{"D write 0,0", "D release 0,0", "D write 1,0", "D release 1,0", "D write 0,1",
+                     "D release 0,1", "D write 1,1", "D release 1,1"}));
+    const int32_t one[2] = {1, 1};
+    kit::TileLog alone;
+    EXPECT_EQ(requestsOf(16, 9, one, alone), (Lines{"D write 1,1", "D release 1,1"}));
+    // A null in the middle ends a row, and a second one the walk.
+    kit::TileLog gap;
+    gap.failRequest = 2;
+    EXPECT_EQ(requestsOf(24, 16, nullptr, gap),
+              (Lines{"D write 0,0", "D release 0,0", "D write 1,0", "D write 0,1", "D release 0,1",
+                     "D write 1,1", "D release 1,1", "D write 2,1", "D release 2,1"}));
+    EXPECT_EQ(reports.take(), Lines{});
+}
+
+TEST(ColorTiles, ASourceThatCantBeHad) {
+    kit::Reports reports;
+    const Shape shape = {.channels = 3, .width = 12, .height = 12};
+    Random random(1);
+    const int32_t requests = kit::forEachFailedRequest([&](kit::StandIn& platform) {
+        Image src(shape, random);
+        Image dst(shape, random);
+        name(src, "RGB", "RGB");
+        kit::TileLog log;
+        EndingTiles tiles(dst, 'D', 8, 8, log);
+        daxRGB2HSV(src, tiles, nullptr);
+        EXPECT_FALSE(tiles.holds());
+        const bool failed = platform.requests >= platform.failRequest;
+        EXPECT_EQ(reports.take(), failed ? Lines{"-4 daxRGB2HSV owncolor out_of_memory"} : Lines{});
+        EXPECT_EQ(std::string(tiles.header.colorModel, 3),
+                  failed ? std::string(dst->colorModel, 3) : "HSV");
+    });
+    EXPECT_GE(requests, 3); // each tile over the edge
+}
+
+struct Op {
+    Call call;
+    std::string name;
+    std::string model;
+    std::string kernel;
+    bool toGray = false;
+    bool fromGray = false;
+};
+
+std::vector<Op> ops() {
+    std::vector<Op> list;
+    for (const Conversion& one : conversions)
+        list.push_back({one.function, one.name, one.from, one.kernel});
+    list.push_back({daxColorToGray, "daxColorToGray", "RGB", "ownColorToGray", true});
+    list.push_back({[](DaxImage* src, DaxImage* dst, const int32_t* pos) {
+                        daxGrayToColor(src, dst, 1, 1, 1, pos);
+                    },
+                    "daxGrayToColor", "RGB", "ownGrayToColor", false, true});
+    return list;
+}
+
+TEST(ColorChecks, EachFunction) {
+    for (const Op& op : ops()) {
+        kit::Reports reports;
+        const auto expect = [&](const std::string& text,
+                                const std::function<void(Image&, Image&)>& spoil) {
+            Image src({.channels = op.fromGray ? 1 : 3, .width = 4, .height = 2});
+            Image dst({.channels = op.toGray ? 1 : 3, .width = 4, .height = 2});
+            name(src, op.fromGray ? "any" : op.model, "RGB");
+            name(dst, op.fromGray ? op.model : "any", "RGB");
+            spoil(src, dst);
+            const std::vector<uint8_t> before = dst.bytes();
+            op.call(src, dst, nullptr);
+            const Lines lines = reports.take();
+            ASSERT_EQ(lines.size(), text.empty() ? 0u : 1u) << op.name;
+            if (text.empty()) return;
+            EXPECT_EQ(lines[0].substr(0, text.size()), text) << op.name;
+            EXPECT_EQ(dst.bytes(), before);
+        };
+        const std::string unlike = "-5 " + op.name + " daxcolor incomatibleimages";
+        const auto depths = [](int32_t depth) {
+            return [depth](Image& src, Image& dst) { src->depth = dst->depth = depth; };
+        };
+        expect("", [](Image&, Image&) {});
+        expect("-5 daxReduceBits daxcolor Image align is invalid",
+               [](Image& src, Image& dst) { src->align = 3, dst->origin = 2; });
+        expect("-5 daxReduceBits daxcolor Image origin is invalid",
+               [](Image& src, Image& dst) { dst->origin = 2, src->origin = 1; });
+        expect(unlike,
+               [&](Image& src, Image& dst) { (op.fromGray ? dst : src)->colorModel[2] = 'x'; });
+        expect(unlike, [](Image& src, Image&) { src->origin = 1; });
+        expect("-5 " + op.kernel + " owncolor errInOutDepth", depths(DAX_DEPTH_8S));
+        if (op.toGray) {
+            expect(unlike, [](Image&, Image& dst) { dst->nChannels = 2; });
+            expect("-5 ownColorToGray owncolor errInOutDepth",
+                   [](Image& src, Image& dst) { src->depth = dst->depth = DAX_DEPTH_32S; });
+        } else {
+            expect(unlike, [](Image& src, Image&) { src->depth = DAX_DEPTH_16U; });
+        }
+        if (op.fromGray) expect(unlike, [](Image& src, Image&) { src->nChannels = 2; });
+        if (!op.toGray && !op.fromGray) {
+            expect(unlike, [](Image& src, Image&) { src->dataOrder = DAX_DATA_PLANE; });
+            expect(unlike, [](Image&, Image& dst) { dst->nChannels = 1; });
+        }
+    }
+}
+
+// A channel of interest makes images compatible that don't have the channels: nothing happens.
+TEST(ColorChecks, ImagesWithoutTheChannels) {
+    kit::Reports reports;
+    for (const int32_t order : {DAX_DATA_PIXEL, DAX_DATA_PLANE}) {
+        Image src(
+            {.channels = 3, .width = 4, .height = 2, .order = order, .roi = DaxROI{2, 0, 0, 2, 4}});
+        Image dst({.channels = 1, .width = 4, .height = 2, .order = order});
+        name(src, "RGB", "RGB");
+        name(dst, "any", "any");
+        const std::vector<uint8_t> before = dst.bytes();
+        daxRGB2HSV(src, dst, nullptr);
+        EXPECT_EQ(dst.bytes(), before);
+        EXPECT_EQ(std::string(dst->colorModel, 3), "any");
+    }
+    Image narrow(
+        {.depth = DAX_DEPTH_8U, .channels = 3, .width = 4, .height = 2, .order = DAX_DATA_PLANE});
+    Image gray({.width = 4, .height = 2});
+    name(narrow, "RGBA", "ARGB");
+    daxColorToGray(narrow, gray, nullptr);
+    EXPECT_EQ(reports.take(), Lines{});
+}
+
+} // namespace
