@@ -17,6 +17,8 @@ target_compile_options(dax_code INTERFACE
     -fvisibility=hidden
     # A loop whose iterations may go side by side need not.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>
+    # Vectors are handed on only inside a source, where no other compiler's convention matters.
+    -Wno-psabi
     $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions>
     $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti>
