@@ -127,6 +127,7 @@ int failures();
 // The cases, by subject; each stands in the source of that name.
 void addFrame();
 void addFilter();
+void addGeometry();
 void addArithmetic();
 void addMoves();
 void addAlpha();

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     bench::addAlpha();
     bench::addRank();
     bench::addFilter();
+    bench::addGeometry();
     bench::addTone();
     bench::registerAll();
 

@@ -2174,9 +2174,6 @@ DAX_API void daxClose(DaxImage* srcImage, DaxImage* dstImage, int32_t nIteration
  *    `xU <= 0 || xL <= 0`, `yU <= 0 || yL <= 0`, `xU < xL || yU < yL`; then the status is read
  * 3. a tile that can't be had: status #DAX_StatusUnknownError, `Error get tile to write`
  *
- * The texts `srcImage==0`, `dstImage==0`, those of both or none of `imageData` and `tileInfo`, and
- * those of a null `callBack` exist, but the check of the headers finds these faults first.
- *
  * @par Silent
  * Other depths; channels that don't agree; an empty rectangle; no memory for the work rows; a
  * source rectangle that can't be gathered.
