@@ -1,5 +1,7 @@
 #include "entries.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -261,6 +263,116 @@ void addFilters(List& list, const Inputs& in) {
     list.put("daxBlur", "31 by 31", {in.picture}, "31, 31, 15, 15, NULL", blur<31>);
 }
 
+// A record of a curve or a histogram.
+struct Lut {
+    Lut(std::vector<int32_t> keys, std::vector<int32_t> values)
+        : key(std::move(keys)), value(std::move(values)),
+          factor(key.size(), 0), record{static_cast<int32_t>(key.size()), key.data(), value.data(),
+                                        factor.data(), 0} {}
+    Lut(const Lut&) = delete;
+    Lut& operator=(const Lut&) = delete;
+
+    std::vector<int32_t> key, value, factor;
+    DaxLUT record;
+    DaxLUT* array[1] = {&record};
+};
+
+// With an interval for each of the 256 values.
+class Histogram : public Lut {
+public:
+    explicit Histogram(DaxImage* gray) : Lut(counts(257), std::vector<int32_t>(257, 0)) {
+        daxComputeHisto(gray, array, nullptr);
+    }
+
+private:
+    static std::vector<int32_t> counts(int32_t count) {
+        std::vector<int32_t> all;
+        for (int32_t i = 0; i < count; ++i) all.push_back(i);
+        return all;
+    }
+};
+
+// Black columns on white over the whole of an image, the tallest one as high as the image.
+void plot(const Histogram& histogram, DaxImage* to) {
+    const int32_t most =
+        std::max(1, *std::max_element(histogram.value.begin(), histogram.value.end() - 1));
+    std::vector<int32_t> row(static_cast<size_t>(to->width));
+    for (int32_t y = 0; y < to->height; ++y) {
+        for (int32_t x = 0; x < to->width; ++x) {
+            const int64_t count = histogram.value[static_cast<size_t>(x * 256 / to->width)];
+            row[static_cast<size_t>(x)] = count * to->height / most < to->height - y ? 255 : 0;
+        }
+        setRow(to, 0, y, row.data());
+    }
+}
+
+void stretched(const Images& i) {
+    // The values from 48 on, twice as far from each other.
+    Lut curve({0, 48, 175}, {0, 0, 255});
+    curve.record.interpolated = 1;
+    curve.factor[1] = 2;
+    daxContrastStretch(i[0], i.result, curve.array, nullptr);
+}
+
+void equalized(const Images& i) {
+    Histogram histogram(i[0]);
+    daxHistoEqualize(i[0], i.result, histogram.array, nullptr);
+}
+
+std::vector<std::string> normsOf(const Images& i) {
+    const std::pair<int32_t, const char*> types[] = {
+        {DAX_NORM_MAX, "DAX_NORM_MAX"},         {DAX_NORM_SUM, "DAX_NORM_SUM"},
+        {DAX_NORM_L2, "DAX_NORM_L2"},           {DAX_NORM_MAX_REL, "DAX_NORM_MAX_REL"},
+        {DAX_NORM_SUM_REL, "DAX_NORM_SUM_REL"}, {DAX_NORM_L2_REL, "DAX_NORM_L2_REL"}};
+    std::vector<std::string> lines = {"normType            the picture   picture and result"};
+    for (const auto& [type, name] : types) {
+        char alone[32] = "";
+        char line[96];
+        if (type < DAX_NORM_RELATIVE)
+            std::snprintf(alone, sizeof alone, "%.2f", daxNorm(i[0], nullptr, type));
+        std::snprintf(line, sizeof line, "%-17s %13s %20.*f", name, alone,
+                      type < DAX_NORM_RELATIVE ? 2 : 6, daxNorm(i[0], i.result, type));
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void addTone(List& list, const Inputs& in) {
+    list.put("daxComputeHisto", "The histogram of the picture", {in.gray}, "",
+             [](const Images& i) { plot(Histogram(i[0]), i.result); })
+        .call = "daxComputeHisto(gray, lut, NULL)";
+    list.put("daxContrastStretch", "From 48 on, twice the contrast", {in.gray}, "lut, NULL",
+             stretched);
+    list.put("daxContrastStretch", "The histogram after that", {in.gray}, "",
+             [](const Images& i) {
+                 stretched(i);
+                 plot(Histogram(i.result), i.result);
+             })
+        .call = "daxContrastStretch(gray, stretched, lut, NULL); "
+                "daxComputeHisto(stretched, lut, NULL)";
+    list.put("daxHistoEqualize", "By its own histogram", {in.gray}, "lut, NULL", equalized);
+    list.put("daxHistoEqualize", "The histogram after that", {in.gray}, "",
+             [](const Images& i) {
+                 equalized(i);
+                 plot(Histogram(i.result), i.result);
+             })
+        .call = "daxHistoEqualize(gray, equalized, lut, NULL); "
+                "daxComputeHisto(equalized, lut, NULL)";
+    list.put("daxThreshold", "8 bits", {in.gray}, "128, NULL",
+             [](const Images& i) { daxThreshold(i[0], i.result, 128, nullptr); });
+    list.put("daxThreshold", "8 bits, every channel", {in.picture}, "100, NULL",
+             [](const Images& i) { daxThreshold(i[0], i.result, 100, nullptr); });
+    list.put("daxThreshold", "16 bits, signed", {in.signed16}, "0, NULL",
+             [](const Images& i) { daxThreshold(i[0], i.result, 0, nullptr); });
+    Entry& norms = list.put("daxNorm", "Between the picture and its blurred copy", {in.picture}, "",
+                            [](const Images& i) {
+                                blur<9>(i);
+                                daxNorm(i[0], i.result, DAX_NORM_L2);
+                            });
+    norms.call = "daxBlur(picture, result, 9, 9, 4, 4, NULL); daxNorm(picture, result, normType)";
+    norms.tells = normsOf;
+}
+
 void addRank(List& list, const Inputs& in) {
     const char* three = "3, 3, 1, 1, NULL";
     const char* nine = "9, 9, 4, 4, NULL";
@@ -291,6 +403,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addMoves(list, in);
     addAlpha(list, in);
     addFilters(list, in);
+    addTone(list, in);
     addRank(list, in);
     return std::move(list.entries);
 }

@@ -25,6 +25,8 @@ struct Entry {
     // Regions of interest for the time of the call: none, one for all images, or one for each, the
     // result's last.
     std::vector<DaxROI> rois = {};
+    // Figures that the page shows below the images, line by line.
+    std::function<std::vector<std::string>(const Images& images)> tells = {};
     // What the result is before the call. Without it: an image of zeroes like the first source, or,
     // under a region, a copy of it, so that one sees what the call leaves alone.
     const DaxImage* before = nullptr;

@@ -188,6 +188,7 @@ Card Gallery::show(const Entry& entry, size_t number) {
     }
     const Image result = blankFor(entry);
     Call(entry, result.get()).run();
+    if (entry.tells) card.figures = entry.tells({entry.sources, result.get()});
     for (const Report& report : takeReports()) card.failures.push_back(lineOf(report));
     char file[64];
     std::snprintf(file, sizeof file, "result-%03zu.png", number);

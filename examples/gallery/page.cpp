@@ -88,7 +88,13 @@ void put(std::ostream& out, const Card& card) {
     out << "<div class=\"images\">\n";
     for (const Figure& source : card.sources) put(out, source, "source");
     put(out, card.result, "result");
-    out << "</div>\n</article>\n";
+    out << "</div>\n";
+    if (!card.figures.empty()) {
+        out << "<pre>";
+        for (const std::string& line : card.figures) out << escaped(line) << "\n";
+        out << "</pre>\n";
+    }
+    out << "</article>\n";
 }
 
 void put(std::ostream& out, const Refusal& refusal) {

@@ -31,6 +31,7 @@ struct Card {
     std::vector<std::string> rois;
     std::vector<Figure> sources;
     Figure result;
+    std::vector<std::string> figures;
     double megapixelsPerSecond;
     // What went wrong, line by line; empty as it should be.
     std::vector<std::string> failures;
