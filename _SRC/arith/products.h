@@ -4,19 +4,10 @@
 
 #include "arith/saturate.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
 #include <cstddef>
 #include <cstdint>
-
-#if defined(__AVX2__)
-// The header's own idiom for a register whose content doesn't matter.
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
 
 namespace {
 

@@ -4,19 +4,11 @@
 
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-#if defined(__AVX512BW__)
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
 
 namespace {
 

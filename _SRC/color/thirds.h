@@ -5,18 +5,10 @@
 
 #include "color/owncolor.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
 #include <cstddef>
 #include <cstdint>
-
-#if defined(__AVX512BW__)
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
 
 namespace {
 
@@ -62,7 +54,7 @@ template <class T> void ownStoreThirds(char* dst, __m512i lanes) {
 // The channels in the order of memory. In plain loops the compiler picks samples one by one: gray
 // from interleaved bytes is at 0.1 of a stream with them.
 template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdiff_t count) {
-    constexpr ptrdiff_t size = sizeof(T);
+    [[maybe_unused]] constexpr ptrdiff_t size = sizeof(T);
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
     constexpr ptrdiff_t group = 16 / size;
@@ -95,7 +87,7 @@ template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdif
 
 template <class T>
 void ownJoinThirds(const T* a, const T* b, const T* c, char* dst, ptrdiff_t count) {
-    constexpr ptrdiff_t size = sizeof(T);
+    [[maybe_unused]] constexpr ptrdiff_t size = sizeof(T);
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
     constexpr ptrdiff_t group = 16 / size;

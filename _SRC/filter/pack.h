@@ -3,12 +3,10 @@
 #ifndef OWN_PACK_H
 #define OWN_PACK_H
 
+#include "frame/vectors.h"
+
 #include <cstddef>
 #include <cstdint>
-
-#ifdef __AVX2__
-#include <immintrin.h>
-#endif
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 #include "filter/taps.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
-#include <immintrin.h>
 #include <utility>
 
 namespace {

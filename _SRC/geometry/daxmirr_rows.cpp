@@ -3,18 +3,9 @@
 #include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
 #include <cstring>
-
-#if defined(__AVX2__)
-// The header's own idiom for a register whose content doesn't matter.
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
 
 namespace {
 

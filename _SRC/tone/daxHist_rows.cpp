@@ -1,10 +1,7 @@
 #include "tone/daxHist.h"
 
 #include "frame/lanes.h"
-
-#if defined(__AVX512BW__)
-#include <immintrin.h>
-#endif
+#include "frame/vectors.h"
 
 namespace {
 
