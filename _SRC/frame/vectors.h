@@ -3,7 +3,7 @@
 #ifndef OWN_VECTORS_H
 #define OWN_VECTORS_H
 
-#if defined(__AVX2__)
+#if defined(__SSE2__)
 // The header has an idiom of its own for a register whose content doesn't matter.
 #pragma GCC diagnostic push
 #if !defined(__clang__)

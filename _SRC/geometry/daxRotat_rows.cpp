@@ -3,20 +3,11 @@
 #include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 #include "geometry/nearest.h"
 
 #include <cstring>
 #include <type_traits>
-
-#if defined(__SSE2__)
-// The header's own idiom for a register whose content doesn't matter.
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
 
 namespace {
 
@@ -197,7 +188,8 @@ void linear16(const OwnTurned& src, const OwnRealPlaces& places, int64_t column,
 }
 
 // The first of four places around a position, and their weights in the cubic through them.
-int32_t cubicPlace(double position, int32_t last, double (*weights)[block], ptrdiff_t i) {
+[[gnu::always_inline]] inline int32_t cubicPlace(double position, int32_t last,
+                                                 double (*weights)[block], ptrdiff_t i) {
     const auto at = static_cast<int32_t>(ownNearestWhole((position + 0.00001) - 0.5));
     const int32_t first = at == 0 ? 0 : at < last - 1 ? at - 1 : last - 3;
     const double t = position - first - 1;

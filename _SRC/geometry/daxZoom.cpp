@@ -121,7 +121,7 @@ public:
     }
 
 private:
-    static constexpr ptrdiff_t strip = 1024; // columns
+    static constexpr ptrdiff_t strip = 4096; // columns
     static constexpr ptrdiff_t windowed = 8; // the most bytes of a pixel with windows
     static constexpr ptrdiff_t windowBytes = 16;
 
@@ -186,17 +186,24 @@ private:
         picks->windows = ownRows<OwnZoom>().windows && bytes != 0 && packed() &&
                          from.pixel == channels && pixel <= windowed && limit >= 0;
         if (!picks->windows) return;
-        const auto byteOf = [&](ptrdiff_t i) {
-            return picks->columns[i / pixel] * pixel + i % pixel;
-        };
+        // The places of a window's bytes, one pixel after the other, and then what they are past
+        // the first.
+        ptrdiff_t column = 0;
+        ptrdiff_t inPixel = 0;
         for (ptrdiff_t i = 0; i < count * pixel; i += windowBytes) {
-            const ptrdiff_t end = i + windowBytes < count * pixel ? i + windowBytes : count * pixel;
+            const ptrdiff_t n = count * pixel - i < windowBytes ? count * pixel - i : windowBytes;
+            ptrdiff_t place[windowBytes];
             ptrdiff_t first = limit;
-            for (ptrdiff_t k = i; k < end; ++k)
-                if (byteOf(k) < first) first = byteOf(k);
+            for (ptrdiff_t k = 0; k < n; ++k) {
+                place[k] = picks->columns[column] * pixel + inPixel;
+                if (place[k] < first) first = place[k];
+                if (++inPixel < pixel) continue;
+                inPixel = 0;
+                ++column;
+            }
             picks->first[i / windowBytes] = static_cast<int32_t>(first);
-            for (ptrdiff_t k = i; k < end; ++k)
-                picks->order[k] = static_cast<uint8_t>(byteOf(k) - first);
+            for (ptrdiff_t k = 0; k < n; ++k)
+                picks->order[i + k] = static_cast<uint8_t>(place[k] - first);
         }
     }
 

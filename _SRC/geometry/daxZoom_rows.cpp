@@ -3,19 +3,11 @@
 #include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 #include "geometry/nearest.h"
 
 #include <cstring>
-
-#if defined(__AVX2__)
-// The header's own idiom for a register whose content doesn't matter.
-#pragma GCC diagnostic push
-#if !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#endif
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-#endif
+#include <type_traits>
 
 namespace {
 
@@ -114,24 +106,21 @@ constexpr ptrdiff_t cubicBlock = 128; // columns
 template <class T> void cubicPass(const char* src, const OwnCubicTaps& taps, float* row) {
     const auto* x = ownLanes<T>(src);
     // Four samples in a word each; the first of them lowest.
-    using Word = OwnLaneOf<uint64_t>;
-    using Narrow = OwnLaneOf<uint32_t>;
-    uint64_t words[cubicBlock];
+    using Word = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
+    Word words[cubicBlock];
     constexpr int32_t bits = sizeof(T) * 8;
-    constexpr uint64_t mask = (uint64_t{1} << bits) - 1;
+    constexpr Word mask = (Word{1} << bits) - 1;
     for (ptrdiff_t from = 0; from < taps.count; from += cubicBlock) {
         const ptrdiff_t count = taps.count - from < cubicBlock ? taps.count - from : cubicBlock;
         const int32_t* column = taps.column + from * 4;
-        if (taps.neighbours && sizeof(T) == 1)
+        if (taps.neighbours)
             for (ptrdiff_t i = 0; i < count; ++i)
-                words[i] = *reinterpret_cast<const Narrow*>(x + column[4 * i]);
-        else if (taps.neighbours)
-            for (ptrdiff_t i = 0; i < count; ++i)
-                words[i] = *reinterpret_cast<const Word*>(x + column[4 * i]);
+                words[i] = *ownLanes<Word>(src + column[4 * i] * ptrdiff_t{sizeof(T)});
         else
             for (ptrdiff_t i = 0; i < count; ++i) {
-                uint64_t word = 0;
-                for (int32_t k = 0; k < 4; ++k) word |= uint64_t{x[column[4 * i + k]]} << k * bits;
+                Word word = 0;
+                for (int32_t k = 0; k < 4; ++k)
+                    word |= static_cast<Word>(Word{x[column[4 * i + k]]} << k * bits);
                 words[i] = word;
             }
         const double* a = taps.a + from;
