@@ -35,6 +35,17 @@ bool sameDepth(const OwnCall& call, const DaxImage* image, const DaxImage* dstIm
                        line);
 }
 
+// What all that work on two images check at the start.
+bool sourcesFit(const OwnCall& call, DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dstImage,
+                OwnCommonSize* size) {
+    return checked(call, dstImage, "dstImage", size) &&
+           checked(call, srcImageA, "srcImageA", size) &&
+           checked(call, srcImageB, "srcImageB", size) &&
+           depthIs8or16(call, dstImage, "dstImage") &&
+           sameDepth(call, srcImageA, dstImage, "srcImageA") &&
+           sameDepth(call, srcImageB, dstImage, "srcImageB");
+}
+
 bool hasAlpha(const OwnCall& call, const DaxImage* image, const char* name,
               int32_t line = __builtin_LINE()) {
     return !ownRejects(call, image->alphaChannel < 1, "@->alphaChannel < 1", name, line) &&
@@ -114,12 +125,7 @@ void daxAlphaComposite(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dstIm
                        const int32_t* tilePos) {
     const OwnCall& call = compositeCall;
     OwnCommonSize size;
-    if (!checked(call, dstImage, "dstImage", &size)) return;
-    if (!checked(call, srcImageA, "srcImageA", &size)) return;
-    if (!checked(call, srcImageB, "srcImageB", &size)) return;
-    if (!depthIs8or16(call, dstImage, "dstImage")) return;
-    if (!sameDepth(call, srcImageA, dstImage, "srcImageA")) return;
-    if (!sameDepth(call, srcImageB, dstImage, "srcImageB")) return;
+    if (!sourcesFit(call, srcImageA, srcImageB, dstImage, &size)) return;
     DaxImage* alphaA = alphaImageA;
     if (alphaA != nullptr) {
         if (!checked(call, alphaA, "alphaImageA", &size)) return;
@@ -163,12 +169,7 @@ void daxAlphaCompositeC(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dstI
                         int32_t divideMode, const int32_t* tilePos) {
     const OwnCall& call = compositeCCall;
     OwnCommonSize size;
-    if (!checked(call, dstImage, "dstImage", &size)) return;
-    if (!checked(call, srcImageA, "srcImageA", &size)) return;
-    if (!checked(call, srcImageB, "srcImageB", &size)) return;
-    if (!depthIs8or16(call, dstImage, "dstImage")) return;
-    if (!sameDepth(call, srcImageA, dstImage, "srcImageA")) return;
-    if (!sameDepth(call, srcImageB, dstImage, "srcImageB")) return;
+    if (!sourcesFit(call, srcImageA, srcImageB, dstImage, &size)) return;
     if (alphaA < 0 && !hasAlpha(call, srcImageA, "srcImageA")) return;
     if (alphaB < 0 && !hasAlpha(call, srcImageB, "srcImageB")) return;
     if (!compositionFits(call, srcImageA, srcImageB, dstImage, compositeType, premulAlpha,
@@ -198,12 +199,7 @@ void daxMultiplyScale(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage* dstIma
                       const int32_t* tilePos) {
     const OwnCall& call = multiplyCall;
     OwnCommonSize size;
-    if (!checked(call, dstImage, "dstImage", &size)) return;
-    if (!checked(call, srcImageA, "srcImageA", &size)) return;
-    if (!checked(call, srcImageB, "srcImageB", &size)) return;
-    if (!depthIs8or16(call, dstImage, "dstImage")) return;
-    if (!sameDepth(call, srcImageA, dstImage, "srcImageA")) return;
-    if (!sameDepth(call, srcImageB, dstImage, "srcImageB")) return;
+    if (!sourcesFit(call, srcImageA, srcImageB, dstImage, &size)) return;
     if (!channelsOfInterestFit(call, srcImageA, dstImage, "srcImageA")) return;
     if (!channelsOfInterestFit(call, srcImageB, dstImage, "srcImageB")) return;
     if (!sameChannels(call, srcImageA, dstImage, "srcImageA")) return;

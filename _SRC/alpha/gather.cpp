@@ -8,12 +8,13 @@
 
 namespace {
 
-// A plain header of another size; only the sign of a data size is ever looked at.
+// A plain header of another size. Where that doesn't fit the fields that nobody follows, they are
+// positive all the same, as the check of a header wants them.
 void resize(DaxImage* header, int32_t width, int32_t height) {
     header->width = width;
     header->height = height;
     header->tileInfo = nullptr;
-    header->dataSize = INT32_MAX;
+    header->widthStep = header->dataSize = INT32_MAX;
     ownDataLayout(header, &header->widthStep, &header->dataSize);
 }
 
@@ -168,8 +169,9 @@ OwnGatherWalker::OwnGatherWalker(const OwnCall& theCall, const OwnGathered* gath
                                  int32_t imageCount, const OwnCommonSize& commonSize,
                                  const int32_t* tilePos, int32_t callLine)
     : call(theCall), line(callLine), count(imageCount), leader(leaderOf(gathered, imageCount)),
-      gather(leader->tileInfo->width, leader->tileInfo->height), right(commonSize.width),
-      bottom(commonSize.height) {
+      gather(least(leader->tileInfo->width, commonSize.width),
+             least(leader->tileInfo->height, commonSize.height)),
+      right(commonSize.width), bottom(commonSize.height) {
     for (int32_t i = 0; i < count; ++i)
         if (gathered[i].image != nullptr)
             slots[i] = gather.add(gathered[i].image, gathered[i].role);

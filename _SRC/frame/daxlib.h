@@ -2881,9 +2881,9 @@ DAX_API void daxApplyColorTwist(DaxImage* srcImage, DaxImage* dstImage, const Da
  * | `alphaImageB`   | X - a, if `alphaImageA` is given; otherwise channel `alphaChannel` of `srcImageB` | its channel `alphaChannel`, or 1 |
  * | `alphaImageDst` | written to channel `alphaChannel` of `dstImage`, or nowhere if that is 0 | written to its channel `alphaChannel` |
  *
- * The destination's alpha channel never receives colour. The opacity is written while the first
- * channel is worked, and isn't written if that is the alpha channel itself, except in the packed
- * tier. An alpha channel has to be the last channel of its image.
+ * The destination's alpha channel receives no colour, unless the `coi` names it. The opacity is
+ * written while the first channel is worked, and isn't written if that is the alpha channel itself,
+ * except in the packed tier. An alpha channel has to be the last channel of its image.
  *
  * @par In place
  * The destination may be a source with the same region. Where the opacity of the result is written

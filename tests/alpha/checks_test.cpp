@@ -152,13 +152,19 @@ TEST(AlphaChecks, Composite) {
 TEST(AlphaChecks, CompositeC) {
     Images is;
     int32_t type = -1;
+    is.result->depth = DAX_DEPTH_32S;
     std::vector<Step> steps = fullCheck(is.result, "dstImage");
     append(&steps, fullCheck(is.a, "srcImageA"));
     append(&steps, fullCheck(is.b, "srcImageB"));
     int32_t constantA = -1;
     int32_t constantB = -1;
     append(&steps,
-           {{"srcImageA->alphaChannel < 1", [&] { constantA = 77; }},
+           {{"dstImage->depth != 8 && dstImage->depth != 16",
+             [&] { is.result->depth = DAX_DEPTH_8U, is.a->depth = DAX_DEPTH_16U; }},
+            {"srcImageA->depth != dstImage->depth",
+             [&] { is.a->depth = DAX_DEPTH_8U, is.b->depth = DAX_DEPTH_16U; }},
+            {"srcImageB->depth != dstImage->depth", [&] { is.b->depth = DAX_DEPTH_8U; }},
+            {"srcImageA->alphaChannel < 1", [&] { constantA = 77; }},
             {"srcImageB->alphaChannel < 1", [&] { constantB = 78, is.result->alphaChannel = 3; }},
             {"(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->nChannels - "
              "(dstImage->alphaChannel != 0))",

@@ -116,19 +116,26 @@ TEST(Composite, OnlyChannelIsTheOpacity) {
     }
 }
 
-TEST(Composite, NoWiderThan99999) {
-    const kit::Shape shape = {.channels = 2, .width = 100002};
-    Image a(shape);
-    memset(a.data(), 9, a.size());
-    a->alphaChannel = 2;
-    Image result(shape);
-    result->alphaChannel = 2;
-    daxAlphaComposite(a, a, result, DAX_COMPOSITE_PLUS, nullptr, nullptr, nullptr, 1, 0, nullptr);
-    EXPECT_EQ(result.get(99998, 0, 1), 18);
-    EXPECT_EQ(result.get(99999, 0, 1), 0);
-    daxMultiplySScale(a, result, 255, nullptr);
-    EXPECT_EQ(result.get(99998, 0, 1), 9);
-    EXPECT_EQ(result.get(99999, 0, 2), 0);
+TEST(Composite, NoWiderOrHigherThan99999) {
+    for (const bool high : {false, true}) {
+        kit::Shape shape = {.channels = 2, .width = 100002};
+        if (high) std::swap(shape.width, shape.height);
+        Image a(shape);
+        memset(a.data(), 9, a.size());
+        a->alphaChannel = 2;
+        Image result(shape);
+        result->alphaChannel = 2;
+        const auto at = [&](int32_t place, int32_t channel) {
+            return result.get(high ? 0 : place, high ? place : 0, channel);
+        };
+        daxAlphaComposite(a, a, result, DAX_COMPOSITE_PLUS, nullptr, nullptr, nullptr, 1, 0,
+                          nullptr);
+        EXPECT_EQ(at(99998, 1), 18);
+        EXPECT_EQ(at(99999, 1), 0);
+        daxMultiplySScale(a, result, 255, nullptr);
+        EXPECT_EQ(at(99998, 1), 9);
+        EXPECT_EQ(at(99999, 2), 0);
+    }
 }
 
 } // namespace

@@ -335,6 +335,46 @@ TEST(Gather, TileByTile) {
     });
 }
 
+// A tile may be declared far larger than its image, so that its bytes don't fit 32 bits, and a
+// tiled header need not have a row step. What stands together meanwhile is no larger than the work.
+TEST(Gather, TilesFarLargerThanTheWork) {
+    kit::Reports reports;
+    Random random(5);
+    Log log;
+    constexpr int32_t huge = 1 << 30;
+    static char* tile;
+    const auto serve = [](DaxImage* image, int32_t, int32_t, int32_t mode) {
+        image->tileInfo->tileData = mode == DAX_TILE_RELEASE ? nullptr : tile;
+    };
+    // As the destination: the source's small tiles come together.
+    const kit::Shape planes = {.channels = 2, .width = 24, .height = 9, .order = DAX_DATA_PLANE};
+    const Image plain(planes, random);
+    Source source(plain, 0, 8, 8, log);
+    Image result({.channels = 2, .width = 24, .height = 9});
+    tile = reinterpret_cast<char*>(result.data());
+    DaxTileInfo info = {serve, 0, nullptr, 24, huge};
+    DaxImage tiled = result.header;
+    tiled.imageData = nullptr;
+    tiled.tileInfo = &info;
+    tiled.widthStep = 0;
+    daxMultiplySScale(source, &tiled, 255, nullptr);
+    EXPECT_EQ(kit::pixelDifference(result, plain), "");
+    EXPECT_EQ(reports.take(), Lines{});
+    // As the source: the part of a rectangle in each of its tiles is copied.
+    info.width = 8;
+    Image first({.channels = 2, .width = 8, .height = 9}, random);
+    tile = reinterpret_cast<char*>(first.data());
+    Source target(result, 1, 24, 16, log);
+    daxMultiplySScale(&tiled, target, 255, nullptr);
+    Image expected = result;
+    for (int32_t y = 0; y < 9; ++y)
+        for (int32_t x = 0; x < 24; ++x)
+            for (int32_t channel = 1; channel <= 2; ++channel)
+                expected.set(x, y, channel, first.get(x % 8, y, channel));
+    EXPECT_EQ(kit::pixelDifference(target.gathered(), expected), "");
+    EXPECT_EQ(reports.take(), Lines{});
+}
+
 // No memory for an assembly is as bad as no tile.
 TEST(Gather, AllocationsThatFail) {
     kit::Reports reports;
