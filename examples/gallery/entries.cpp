@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace {
@@ -394,6 +395,67 @@ void addRank(List& list, const Inputs& in) {
     morphology("daxClose", [](const Images& i) { daxClose(i[0], i.result, 2, nullptr); });
 }
 
+template <int upper, int lower, int interpolate> void addZoom(List& list, const Inputs& in) {
+    static const char* const names[] = {"nearest neighbour", "linear", "cubic"};
+    static const char* const constants[] = {"DAX_INTER_NN", "DAX_INTER_LINEAR", "DAX_INTER_CUBIC"};
+    const std::string factor = std::to_string(upper) + "/" + std::to_string(lower);
+    const std::string numbers = std::to_string(upper) + ", " + std::to_string(lower) + ", ";
+    const std::string rest = numbers + numbers + constants[interpolate] + ", NULL";
+    const std::string title = "By " + factor + ", " + names[interpolate];
+    const bool grows = upper > lower;
+    Entry& entry = list.put(
+        grows ? "daxZoom" : "daxDecimate", title.c_str(), {in.picture}, rest.c_str(),
+        [](const Images& i) {
+            if (upper > lower)
+                daxZoom(i[0], i.result, upper, lower, upper, lower, interpolate, nullptr);
+            else
+                daxDecimate(i[0], i.result, upper, lower, upper, lower, interpolate, nullptr);
+        });
+    entry.upper = upper;
+    entry.lower = lower;
+}
+
+template <int upper, int lower> void addZooms(List& list, const Inputs& in) {
+    addZoom<upper, lower, DAX_INTER_NN>(list, in);
+    addZoom<upper, lower, DAX_INTER_LINEAR>(list, in);
+    addZoom<upper, lower, DAX_INTER_CUBIC>(list, in);
+}
+
+template <int angle, int interpolate> void rotate(const Images& i) {
+    daxRotate(i[0], i.result, angle, i[0]->width / 2, i[0]->height / 2, interpolate, nullptr);
+}
+
+void addGeometry(List& list, const Inputs& in) {
+    list.put("daxMirror", "Top and bottom", {in.picture}, "DAX_FLIP_ROWS, NULL",
+             [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_ROWS, nullptr); });
+    list.put("daxMirror", "Left and right, the middle only", {in.picture}, "DAX_FLIP_COLUMNS, NULL",
+             [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_COLUMNS, nullptr); })
+        .rois = {list.middle()};
+    list.put("daxMirror", "Both, 1 bit", {in.bits}, "DAX_FLIP_BOTH, NULL",
+             [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_BOTH, nullptr); });
+    addZooms<3, 2>(list, in);
+    addZooms<7, 3>(list, in);
+    addZooms<4, 1>(list, in);
+    addZoom<1, 2, DAX_INTER_NN>(list, in);
+    addZooms<2, 3>(list, in);
+    const auto about = [](const char* angle, const char* interpolate) {
+        return std::string(angle) + ", picture->width / 2, picture->height / 2, " + interpolate +
+               ", NULL";
+    };
+    list.put("daxRotate", "By 90 degrees", {in.picture}, about("9000", "DAX_INTER_NN").c_str(),
+             rotate<9000, DAX_INTER_NN>);
+    list.put("daxRotate", "By 180 degrees", {in.picture}, about("18000", "DAX_INTER_NN").c_str(),
+             rotate<18000, DAX_INTER_NN>);
+    list.put("daxRotate", "By 270 degrees", {in.picture}, about("27000", "DAX_INTER_NN").c_str(),
+             rotate<27000, DAX_INTER_NN>);
+    list.put("daxRotate", "By 33 degrees, nearest neighbour", {in.picture},
+             about("3300", "DAX_INTER_NN").c_str(), rotate<3300, DAX_INTER_NN>);
+    list.put("daxRotate", "By 12.34 degrees, linear", {in.picture},
+             about("1234", "DAX_INTER_LINEAR").c_str(), rotate<1234, DAX_INTER_LINEAR>);
+    list.put("daxRotate", "By -33.33 degrees, cubic", {in.picture},
+             about("-3333", "DAX_INTER_CUBIC").c_str(), rotate<-3333, DAX_INTER_CUBIC>);
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -405,6 +467,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addFilters(list, in);
     addTone(list, in);
     addRank(list, in);
+    addGeometry(list, in);
     return std::move(list.entries);
 }
 

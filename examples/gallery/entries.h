@@ -30,6 +30,9 @@ struct Entry {
     // What the result is before the call. Without it: an image of zeroes like the first source, or,
     // under a region, a copy of it, so that one sees what the call leaves alone.
     const DaxImage* before = nullptr;
+    // The size of a result of zeroes, as a part of that of the first source.
+    int upper = 1;
+    int lower = 1;
     // Whether the call writes into its sources, too.
     bool writesSources = false;
 };

@@ -99,7 +99,11 @@ private:
 
 Image blankFor(const Entry& entry) {
     if (entry.before != nullptr) return copyOf(entry.before);
-    return entry.rois.empty() ? makeImage(makeOf(entry.sources[0])) : copyOf(entry.sources[0]);
+    if (!entry.rois.empty()) return copyOf(entry.sources[0]);
+    Make make = makeOf(entry.sources[0]);
+    make.width = make.width * entry.upper / entry.lower;
+    make.height = make.height * entry.upper / entry.lower;
+    return makeImage(make);
 }
 
 // The median of some calls, on a result of their own.
