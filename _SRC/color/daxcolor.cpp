@@ -1,4 +1,5 @@
 #include "color/owncolor.h"
+#include "color/ownreduce.h"
 #include "frame/header.h"
 
 #include <cstring>
@@ -81,4 +82,13 @@ void daxGrayToColor(DaxImage* srcImage, DaxImage* dstImage, float fractR, float 
                       srcImage->origin == dstImage->origin;
     if (call.rejects(!fits, "incomatibleimages")) return;
     ownGrayToColor(call, srcImage, dstImage, {fractR, fractG, fractB}, tilePos);
+}
+
+void daxReduceBits(DaxImage* srcImage, DaxImage* dstImage, int32_t jitterType, int32_t ditherOption,
+                   int32_t levelBits, const int32_t* tilePos) {
+    const OwnCall call = {"daxReduceBits", module};
+    if (call.rejects(jitterType < 0 || jitterType > 8, "(0>jitterType)||(jitterType>8)")) return;
+    if (!begins(call, srcImage, dstImage)) return;
+    if (call.rejects(!alike(srcImage, dstImage), "incomatibleimages")) return;
+    ownReduce(call, {srcImage, dstImage, jitterType, ditherOption, levelBits}, tilePos);
 }
