@@ -1,0 +1,265 @@
+#include "fourier_model.h"
+
+#include "kit/image.h"
+#include "kit/platform.h"
+#include "kit/random.h"
+#include "kit/reports.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+using kit::Image;
+using kit::Random;
+using kit::Shape;
+using testing::ElementsAre;
+
+// By the definition.
+Field cosineTransform(const Field& from, bool inverse) {
+    const int w = from.width;
+    const int h = from.height;
+    const auto basis = [](int i, int k, int n) {
+        return std::cos((2 * i + 1) * k * std::numbers::pi / (2 * n)) *
+               std::sqrt((k == 0 ? 1.0 : 2.0) / n);
+    };
+    Field rows(w, h);
+    Field all(w, h);
+    for (int y = 0; y < h; ++y)
+        for (int u = 0; u < w; ++u)
+            for (int x = 0; x < w; ++x)
+                rows.at(u, y) += from.at(x, y) * (inverse ? basis(u, x, w) : basis(x, u, w));
+    for (int v = 0; v < h; ++v)
+        for (int u = 0; u < w; ++u)
+            for (int y = 0; y < h; ++y)
+                all.at(u, v) += rows.at(u, y) * (inverse ? basis(v, y, h) : basis(y, v, h));
+    return all;
+}
+
+bool isFixedLength(int n) { return n > 2 && (n & (n - 1)) == 0; }
+
+// A unit for the store; 24 bits of floats on the way. In fixed point, products of whole numbers are
+// rounded before the scaling, and from 16 on coefficients have 9 fraction bits.
+double tolerance(const Field& from, bool fixed) {
+    double energy = 0;
+    for (const double value : from.values) energy += value * value;
+    const double size = std::sqrt(energy);
+    const bool block = from.width == from.height && from.width <= 8;
+    if (!fixed || block) return 0.5001 + size * 4 / (1 << 24);
+    return 8 + size / 40;
+}
+
+int32_t anyDepth(Random& random) {
+    return random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_8S, DAX_DEPTH_16U, DAX_DEPTH_16S, DAX_DEPTH_32S});
+}
+
+int32_t anyLength(Random& random) {
+    return random.oneOf({1, 2, 3, 4, 5, 6, 7, 8, 8, 9, 12, 15, 16, 17, 32, 37, 40});
+}
+
+TEST(Dct, FollowsTheDefinition) {
+    kit::Reports reports;
+    kit::forSeeds(500, [&](Random& random) {
+        const int32_t w = anyLength(random);
+        const int32_t h = random.chance(30) ? w : anyLength(random);
+        const int32_t channels = random.in(1, 4);
+        const int32_t alpha = random.oneOf({0, channels});
+        const bool hasRoi = random.chance(50);
+        const int32_t order = random.oneOf({DAX_DATA_PIXEL, DAX_DATA_PLANE});
+        const auto make = [&](int32_t depth) {
+            return Image(Shape{.depth = depth,
+                               .channels = channels,
+                               .width = w + (hasRoi ? 3 : 0),
+                               .height = h + (hasRoi ? 2 : 0),
+                               .order = order,
+                               .slack = random.oneOf({0, 8}),
+                               .shift = random.in(0, 3)},
+                         random);
+        };
+        Image src = make(anyDepth(random));
+        Image dst = make(anyDepth(random));
+        src->alphaChannel = dst->alphaChannel = alpha;
+        int32_t x0 = 0;
+        int32_t y0 = 0;
+        if (hasRoi) {
+            src->roi = &src.roi;
+            dst->roi = &dst.roi;
+            src.roi = {random.in(0, channels), x0 = 1, y0 = 2, h, w};
+            // Its size doesn't count, only its place.
+            dst.roi = {src.roi.coi == 0 ? 0 : random.in(1, channels), 3, 0, 1, 1};
+        }
+        const bool inverse = random.chance(50);
+        const int32_t flags =
+            (inverse ? DAX_DCT_INVERSE : DAX_DCT_FORWARD) | random.oneOf({0, DAX_DCT_ALPHA});
+        const int32_t depth = dst.shape().depth;
+        const bool fixed = isFixedLength(w) && isFixedLength(h) &&
+                           src.shape().depth != DAX_DEPTH_32S && depth != DAX_DEPTH_32S;
+        for (int32_t c = 1; c <= channels; ++c)
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x)
+                    src.set(
+                        x0 + x, y0 + y, c,
+                        std::max<int64_t>(random.in(-100, 100), kit::leastOf(src.shape().depth)));
+        Image expected = dst;
+        daxDCT2D(src, dst, flags);
+        EXPECT_THAT(reports.take(), ElementsAre());
+        for (int32_t c = 1; c <= channels; ++c) {
+            int32_t from = c;
+            if (hasRoi && src.roi.coi != 0) {
+                if (c != dst.roi.coi) continue;
+                from = src.roi.coi;
+            } else if (c == alpha && (flags & DAX_DCT_ALPHA) == 0) {
+                continue;
+            }
+            Field source(w, h);
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x)
+                    source.at(x, y) = static_cast<double>(src.get(x0 + x, y0 + y, from));
+            const Field model = cosineTransform(source, inverse);
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x) {
+                    const int32_t toX = hasRoi ? 3 + x : x;
+                    const double right =
+                        std::clamp(model.at(x, y), static_cast<double>(kit::leastOf(depth)),
+                                   static_cast<double>(kit::mostOf(depth)));
+                    const int64_t is = dst.get(toX, y, c);
+                    ASSERT_NEAR(static_cast<double>(is), right, tolerance(source, fixed))
+                        << w << "x" << h << " at " << x << "," << y << " flags " << flags;
+                    expected.set(toX, y, c, is);
+                }
+        }
+        EXPECT_EQ(byteDifference(dst, expected), "");
+    });
+    daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
+}
+
+TEST(Dct, IsTheSameOnEveryProcessor) {
+    kit::Reports reports;
+    kit::forSeeds(60, [&](Random& random) {
+        const Shape shape = {.depth = random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_16S, DAX_DEPTH_32S}),
+                             .width = anyLength(random),
+                             .height = anyLength(random)};
+        Image src(shape, random);
+        const int32_t flags = random.oneOf({DAX_DCT_FORWARD, DAX_DCT_INVERSE});
+        SCOPED_TRACE(shape.text() + " flags " + std::to_string(flags));
+        Shape wide = shape;
+        wide.depth = random.oneOf({DAX_DEPTH_16S, DAX_DEPTH_32S});
+        std::vector<std::vector<uint8_t>> results;
+        kit::forEachIsa([&] {
+            Image dst(wide);
+            daxDCT2D(src, dst, flags);
+            results.push_back(dst.bytes());
+        });
+        EXPECT_THAT(results, testing::Each(results.front()));
+    });
+    daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
+}
+
+// Rows and columns in 16 bits: the sums of 16 by 16 samples of one value don't fit, and the edges
+// and the inside are normalised each by its own rule.
+TEST(Dct, FixedPointStepsAreExact) {
+    const auto constant = [](int32_t w, int32_t h, int64_t value) {
+        Image src({.depth = DAX_DEPTH_16S, .width = w, .height = h});
+        Image dst({.depth = DAX_DEPTH_16S, .width = w, .height = h});
+        for (int32_t y = 0; y < h; ++y)
+            for (int32_t x = 0; x < w; ++x) src.set(x, y, 1, value);
+        daxDCT2D(src, dst, DAX_DCT_FORWARD);
+        return dst.get(0, 0, 1);
+    };
+    EXPECT_EQ(constant(16, 16, 255), 32767 >> 4);
+    EXPECT_EQ(constant(16, 4, 3), 3 * 64 >> 3);
+    EXPECT_EQ(constant(16, 4, -1), -8);
+    EXPECT_EQ(constant(8, 4, 5), (5 * 32 * 23171 + 16384) >> 17);
+
+    Image spectrum({.depth = DAX_DEPTH_16S, .width = 16, .height = 4});
+    Image back({.depth = DAX_DEPTH_16S, .width = 16, .height = 4});
+    spectrum.set(0, 0, 1, 801);
+    daxDCT2D(spectrum, back, DAX_DCT_INVERSE);
+    EXPECT_EQ(back.get(5, 2, 1), ((801 + 1) >> 1) >> 2);
+}
+
+TEST(Dct, SignedWordsForUnsignedOnesInFixedPoint) {
+    Image src({.depth = DAX_DEPTH_16U, .width = 4, .height = 4});
+    Image dst({.depth = DAX_DEPTH_16S, .width = 4, .height = 4});
+    for (int32_t y = 0; y < 4; ++y)
+        for (int32_t x = 0; x < 4; ++x) src.set(x, y, 1, 65535);
+    daxDCT2D(src, dst, DAX_DCT_FORWARD);
+    EXPECT_EQ(dst.get(0, 0, 1), -4);
+    EXPECT_EQ(dst.get(1, 0, 1), 0);
+}
+
+TEST(Dct, RefusesImagesThatDontFit) {
+    kit::Reports reports;
+    Random random(1);
+    const Shape shape = {.channels = 2, .width = 8, .height = 8};
+    Image src(shape, random);
+    const std::string incompatible = "-5 daxDCT2D daxdct2d Images are not compatible";
+    const auto refused = [&](void (*change)(Image&)) {
+        Image dst(shape, random);
+        change(dst);
+        const Image before = dst;
+        daxDCT2D(src, dst, DAX_DCT_FORWARD);
+        EXPECT_THAT(reports.take(), ElementsAre(incompatible));
+        EXPECT_EQ(dst.bytes(), before.bytes());
+    };
+    refused([](Image& dst) { dst->nChannels = 1; });
+    refused([](Image& dst) { dst->roi = &dst.roi; });
+    refused([](Image& dst) { dst->width = 7; });
+    refused([](Image& dst) { dst->height = 7; });
+    refused([](Image& dst) { dst->dataOrder = DAX_DATA_PLANE; });
+    daxDCT2D(src, src, DAX_DCT_FORWARD);
+    EXPECT_THAT(reports.take(), ElementsAre(incompatible));
+
+    Image dst(shape, random);
+    src->roi = &src.roi;
+    dst->roi = &dst.roi;
+    dst.roi = src.roi = {0, 0, 0, 8, 8};
+    dst.roi.xOffset = 1;
+    daxDCT2D(src, dst, DAX_DCT_FORWARD);
+    EXPECT_THAT(reports.take(), ElementsAre(incompatible));
+    daxDCT2D(nullptr, nullptr, DAX_DCT_FORWARD);
+    EXPECT_THAT(reports.take(),
+                ElementsAre("-5 daxDCT2D daxdct2d src==0", "-5 daxDCT2D daxdct2d dst==0"));
+
+    // No direction or both, a status from before, and a larger source: nothing, and not a word.
+    dst.roi.xOffset = 0;
+    const Image before = dst;
+    for (const int32_t flags : {0, DAX_DCT_FORWARD | DAX_DCT_INVERSE}) daxDCT2D(src, dst, flags);
+    daxSetErrStatus(DAX_StatusOutOfMemory);
+    daxDCT2D(src, dst, DAX_DCT_FORWARD);
+    daxSetErrStatus(DAX_StatusNoError);
+    EXPECT_EQ(dst.bytes(), before.bytes());
+    EXPECT_THAT(reports.take(), ElementsAre());
+}
+
+TEST(Dct, WithoutMemoryNothingIsDone) {
+    kit::Reports reports;
+    Random random(2);
+    for (const int32_t width : {16, 15, 37}) {
+        const Shape shape = {.depth = DAX_DEPTH_16S, .width = width, .height = 32};
+        Image src(shape, random);
+        Image whole(shape);
+        daxDCT2D(src, whole, DAX_DCT_FORWARD);
+        daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
+        kit::StandIn platform;
+        for (int32_t fail = 1;; ++fail) {
+            Image dst(shape);
+            platform.requests = 0;
+            platform.failRequest = fail;
+            daxDCT2D(src, dst, DAX_DCT_FORWARD);
+            const bool failed = platform.requests >= fail;
+            daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
+            EXPECT_EQ(platform.live(), 0U) << "request " << fail;
+            if (!failed) {
+                EXPECT_EQ(dst.bytes(), whole.bytes());
+                break;
+            }
+        }
+        EXPECT_THAT(reports.take(), ElementsAre());
+    }
+}
+
+} // namespace
