@@ -132,6 +132,7 @@ void addArithmetic();
 void addMoves();
 void addAlpha();
 void addRank();
+void addTransforms();
 void addTone();
 
 } // namespace bench

@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     bench::addMoves();
     bench::addAlpha();
     bench::addRank();
+    bench::addTransforms();
     bench::addFilter();
     bench::addGeometry();
     bench::addTone();

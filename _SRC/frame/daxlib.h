@@ -2397,14 +2397,17 @@ DAX_API void daxRotate(DaxImage* srcImage, DaxImage* dstImage, int32_t angle, in
  *
  * Depths: all but #DAX_DEPTH_1U, and the two may differ. Results are limited to the range of the
  * destination's depth, so choose one that can carry the spectrum: the term (0, 0) is the sum of all
- * samples. Any size; powers of two by a radix-4 transform (decimation in frequency), other lengths
- * by the direct sum, at a cost of the square of the length.
+ * samples. Any size. In floats, lengths with prime factors up to 31 go by passes of small radices,
+ * others by a chirp transform. In fixed point, powers of two go by radix 4 (decimation in
+ * frequency), other lengths by the direct sum, at a cost of the square of the length.
  *
  * *Engines.* Fixed point, in 32-bit integers with 6 fraction bits and coefficients of 14 bits, for
- * up to 128 pixels; 32-bit floats above. A flag forces either. Rounding: fixed point cuts with an
+ * up to 128 pixels; floats above, stored in 32 bits and computed in 64. A flag forces either.
+ * Rounding: fixed point cuts with an
  * arithmetic shift, in which results between -1 and 0 become 0, and rounds to nearest only where it
- * has to scale by a number that is no power of two. Floats round to nearest, ties to even, on
- * #DAX_DEPTH_8S they truncate; a single row or column truncates on all depths.
+ * has to scale by a number that is no power of two. A spectrum in floats is rounded to nearest, ties
+ * to even, and truncated on #DAX_DEPTH_8S; that of a single row or column is truncated on all
+ * depths, and so is what daxCcsFft2D() gives.
  *
  * *Rectangle.* A ROI must lie inside its image, and both images must have the same `coi`. The
  * rectangle is the *intersection* of the two regions, at the same coordinates in both images. Here
@@ -2465,8 +2468,10 @@ DAX_API void daxCcsFft2D(DaxImage* srcImage, DaxImage* dstImage, int32_t flags, 
  *   #DAX_DEPTH_32S. Samples of #DAX_DEPTH_16U above 32767 are taken as negative.
  * - *Floating point*, rounded to nearest: all else.
  *
- * Lengths that are powers of two go by the fast split of B. G. Lee, other lengths by the direct
- * sum.
+ * Lengths that are powers of two go by the fast split of B. G. Lee, other lengths by a Fourier
+ * transform. In fixed point, the results of rows and of columns are limited to 16 bits before they
+ * are scaled, so large bright images lose their lowest frequencies; blocks of 4 by 4 and 8 by 8 are
+ * rounded once, at the end.
  *
  * Without #DAX_DCT_ALPHA the alpha channel is skipped. With a ROI the rectangle is that of `src`,
  * and `dst` is written at its own offset; with a `coi` in it, one channel is done, each image's

@@ -42,12 +42,14 @@ bool takesFixed(const OwnDctJob& job) {
            job.dst.depth != DAX_DEPTH_32S;
 }
 
-bool done(OwnDct* dct, const OwnDctJob& job) {
+bool done(const OwnDctJob& job) {
     const bool fixed = takesFixed(job);
     if (job.width == job.height && (job.width == 8 || (fixed && job.width == 4))) {
         ownDctBlock(job);
         return true;
     }
+    auto* const dct = ownKept<OwnDct>(release);
+    if (dct == nullptr) return false;
     return (fixed && ownFixedDct(dct, job)) || ownFloatDct(dct, job);
 }
 
@@ -65,7 +67,7 @@ bool targetHolds(const DaxImage* dst, int32_t width, int32_t height) {
                                    int64_t{dst->roi->yOffset} + height <= dst->height);
 }
 
-void transform(OwnDct* dct, const DaxImage* src, const DaxImage* dst, int32_t flags) {
+void transform(const DaxImage* src, const DaxImage* dst, int32_t flags) {
     const int32_t width = src->roi != nullptr ? src->roi->width : src->width;
     const int32_t height = src->roi != nullptr ? src->roi->height : src->height;
     if (width < 1 || height < 1 || !hasSamples(src) || !hasSamples(dst) ||
@@ -73,7 +75,7 @@ void transform(OwnDct* dct, const DaxImage* src, const DaxImage* dst, int32_t fl
         return;
     const bool inverse = (flags & DAX_DCT_INVERSE) != 0;
     const auto one = [&](int32_t from, int32_t to) {
-        return done(dct, {plane(src, from), plane(dst, to), width, height, inverse});
+        return done({plane(src, from), plane(dst, to), width, height, inverse});
     };
     const int32_t count = src->nChannels;
     if (src->roi != nullptr && src->roi->coi != 0) {
@@ -91,9 +93,8 @@ void transform(OwnDct* dct, const DaxImage* src, const DaxImage* dst, int32_t fl
 } // namespace
 
 void daxDCT2D(DaxImage* src, DaxImage* dst, int32_t flags) {
-    auto* const dct = ownKept<OwnDct>(release);
     if ((flags & DAX_DCT_FREE) != 0) {
-        if (dct != nullptr) ownFreeDct(dct);
+        if (auto* const dct = ownKept<OwnDct>(release)) ownFreeDct(dct);
         return;
     }
     const OwnCall call{"daxDCT2D", "daxdct2d"};
@@ -102,6 +103,6 @@ void daxDCT2D(DaxImage* src, DaxImage* dst, int32_t flags) {
     if (noSource || noTarget || daxGetErrStatus() < 0) return;
     if (call.rejects(!compatible(src, dst), "Images are not compatible")) return;
     const int32_t direction = flags & (DAX_DCT_FORWARD | DAX_DCT_INVERSE);
-    if (dct == nullptr || (direction != DAX_DCT_FORWARD && direction != DAX_DCT_INVERSE)) return;
-    transform(dct, src, dst, flags);
+    if (direction != DAX_DCT_FORWARD && direction != DAX_DCT_INVERSE) return;
+    transform(src, dst, flags);
 }

@@ -243,22 +243,28 @@ template <int32_t n, bool isInverse> OWN_INLINE void blockPass(const double* fro
     }
 }
 
-template <int32_t n> OWN_INLINE double blockScale(int32_t i) {
-    constexpr double root = 1.41421356237309504880;
-    const bool row = i < n;
-    const bool column = i % n == 0;
-    return (row && column ? 1.0 : row || column ? root : 2.0) / n;
-}
+template <int32_t n> struct BlockScale {
+    double factor[n * n] = {};
+
+    constexpr BlockScale() {
+        constexpr double root = 1.41421356237309504880;
+        for (int32_t i = 0; i < n * n; ++i)
+            factor[i] = (i < n ? 1.0 : root) * (i % n == 0 ? 1.0 : root) / n;
+        for (int32_t i = n + 1; i < n * n; ++i)
+            if (i % n != 0) factor[i] = 2.0 / n;
+    }
+};
 
 template <int32_t n, bool isInverse> void block(int32_t* samples) {
+    static constexpr BlockScale<n> scales;
     double a[n * n];
     double b[n * n];
     for (int32_t i = 0; i < n * n; ++i)
-        a[i] = isInverse ? samples[i] * blockScale<n>(i) : double{1} * samples[i];
+        a[i] = isInverse ? samples[i] * scales.factor[i] : double{1} * samples[i];
     blockPass<n, isInverse>(a, b);
     blockPass<n, isInverse>(b, a);
     for (int32_t i = 0; i < n * n; ++i) {
-        double value = isInverse ? a[i] : a[i] * blockScale<n>(i);
+        double value = isInverse ? a[i] : a[i] * scales.factor[i];
         value = value > -0x1p31 ? value : -0x1p31;
         value = value < 0x1.fffffffcp30 ? value : 0x1.fffffffcp30;
         samples[i] =

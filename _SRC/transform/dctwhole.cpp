@@ -23,11 +23,6 @@ int32_t fetchIndex(const OwnDctPlane& plane, bool fixed) {
     return ownDepthIndex(fixed && plane.depth == DAX_DEPTH_16U ? DAX_DEPTH_16S : plane.depth);
 }
 
-void narrowRow(const OwnDctPlane& plane, ptrdiff_t y, const int32_t* samples, ptrdiff_t count) {
-    ownRows<OwnFftKernels>().narrow[ownDepthIndex(plane.depth)](
-        samples, plane.first + y * plane.rowStep, plane.pixelStep, count);
-}
-
 // An array of floats, transformed in both directions.
 class Rectangle {
 public:
@@ -158,7 +153,8 @@ private:
             movers.round[ownDepthIndex(DAX_DEPTH_32S)](
                 values + y * pitch, 1.0F, reinterpret_cast<char*>(samples), sizeof *samples, width);
         }
-        narrowRow(job.dst, y, samples, width);
+        movers.narrow[ownDepthIndex(job.dst.depth)](samples, job.dst.first + y * job.dst.rowStep,
+                                                    job.dst.pixelStep, width);
     }
 
     OwnDct* dct;
@@ -185,13 +181,16 @@ private:
 void ownDctBlock(const OwnDctJob& job) {
     const int32_t n = job.width;
     const bool fixed = job.src.depth != DAX_DEPTH_32S && job.dst.depth != DAX_DEPTH_32S;
-    const auto fetch = ownRows<OwnFftKernels>().fetch[fetchIndex(job.src, fixed)];
+    const OwnFftTable& movers = ownRows<OwnFftKernels>();
+    const auto fetch = movers.fetch[fetchIndex(job.src, fixed)];
+    const auto narrow = movers.narrow[ownDepthIndex(job.dst.depth)];
     int32_t samples[64];
     for (int32_t y = 0; y < n; ++y)
         fetch(job.src.first + y * job.src.rowStep, job.src.pixelStep, samples + y * n, n);
     ownRows<OwnDctKernels>().block[n == 8 ? 1 : 0][job.inverse ? 1 : 0](samples);
     for (int32_t i = 0; fixed && i < n * n; ++i) samples[i] = limited16(samples[i]);
-    for (int32_t y = 0; y < n; ++y) narrowRow(job.dst, y, samples + y * n, n);
+    for (int32_t y = 0; y < n; ++y)
+        narrow(samples + y * n, job.dst.first + y * job.dst.rowStep, job.dst.pixelStep, n);
 }
 
 bool ownFixedDct(OwnDct* dct, const OwnDctJob& job) { return Rectangle(dct, job, true).run(); }
