@@ -337,6 +337,35 @@ TEST(Gather, TileByTile) {
     });
 }
 
+// Positions are divided with truncation: those just left of the image and above it name its first
+// tiles. A tile that the region doesn't reach isn't asked for.
+TEST(Gather, PositionsAtTheEdges) {
+    kit::Reports reports;
+    Random random(7);
+    kit::Shape shape = {.width = 24, .height = 16};
+    Image plain(shape, random);
+    const auto linesAt = [&](int32_t x, int32_t y) {
+        Log log;
+        Source target(Image(shape), 0, 8, 8, log);
+        const int32_t tilePos[2] = {x, y};
+        daxMultiplySScale(plain, target, 255, tilePos);
+        EXPECT_EQ(reports.take(), Lines{});
+        return log.lines;
+    };
+    const auto tile = [](const std::string& where) {
+        return Lines{"0 write " + where, "0 release " + where};
+    };
+    EXPECT_EQ(linesAt(-7, -7), tile("0,0"));
+    EXPECT_EQ(linesAt(-7, 15), tile("0,1"));
+    EXPECT_EQ(linesAt(23, -1), tile("2,0"));
+    for (const auto& [x, y] : {Spot{-8, 0}, {0, -8}, {24, 0}, {0, 16}})
+        EXPECT_EQ(linesAt(x, y), Lines{}) << x << " " << y;
+    shape.roi = DaxROI{0, 8, 8, 8, 8};
+    EXPECT_EQ(linesAt(8, 8), tile("1,1"));
+    for (const auto& [x, y] : {Spot{7, 8}, {8, 7}, {16, 8}, {8, 16}})
+        EXPECT_EQ(linesAt(x, y), Lines{}) << x << " " << y;
+}
+
 // A tile may be declared far larger than its image, so that its bytes don't fit 32 bits, and a
 // tiled header need not have a row step. What stands together meanwhile is no larger than the work.
 TEST(Gather, TilesFarLargerThanTheWork) {
