@@ -5,9 +5,9 @@ void daxClose(DaxImage* srcImage, DaxImage* dstImage, int32_t nIterations,
     using From = OwnMorphology::From;
     const OwnMorphology work = {{"daxClose", "daxClose"}, srcImage, dstImage};
     if (!work.begins(nIterations, mapping)) return;
-    for (int32_t k = 0; k < nIterations; ++k) {
-        work.pass(OwnExtreme::largest, 1, k == 0 ? From::source : From::destination);
-        work.pass(OwnExtreme::smallest, 1, From::destination);
-    }
+    for (int32_t k = 0; k < nIterations; ++k)
+        if (!work.pass(OwnExtreme::largest, 1, k == 0 ? From::source : From::destination) ||
+            !work.pass(OwnExtreme::smallest, 1, From::destination))
+            break;
     work.ends();
 }

@@ -185,16 +185,18 @@ private:
                        ownBorderColumn(image, at, y - 1, channel, to, region.height + 2);
                    });
         };
-        const auto readRow = [&](Line which, int32_t at, int32_t entry) {
-            gather(line(input), line(output), region.width, [&](int32_t channel, char* to) {
+        const auto readRow = [&](char* row, int32_t at) {
+            gather(row, line(output), region.width, [&](int32_t channel, char* to) {
                 ownBorderRow(image, x, at, channel, to, region.width);
             });
-            takeRow(line(input), entry, line(which));
         };
+        // Rows before columns, which the tile function of a source sees.
+        readRow(line(ring), y - 1);
+        readRow(line(ring + 1), y + region.height);
         readColumn(left, x - 1);
         readColumn(right, x + region.width);
-        readRow(above, y - 1, 0);
-        readRow(below, y + region.height, region.height + 1);
+        takeRow(line(ring), 0, line(above));
+        takeRow(line(ring + 1), region.height + 1, line(below));
     }
 
     // A row with its neighbours, those at its ends from the frame's columns.
@@ -304,8 +306,8 @@ bool OwnMorphology::begins(int32_t nIterations, const DaxMapping* mapping) const
     return true;
 }
 
-void OwnMorphology::pass(OwnExtreme which, int32_t nIterations, From from) const {
-    if (daxGetErrStatus() != DAX_StatusNoError || !depthServed(srcImage->depth)) return;
+bool OwnMorphology::pass(OwnExtreme which, int32_t nIterations, From from) const {
+    if (daxGetErrStatus() != DAX_StatusNoError || !depthServed(srcImage->depth)) return false;
     DaxRect src;
     DaxRect dst;
     ownRoiRect(srcImage, &src);
@@ -315,7 +317,7 @@ void OwnMorphology::pass(OwnExtreme which, int32_t nIterations, From from) const
                      src.height < dst.height ? src.height : dst.height,
                      src.width < dst.width ? src.width : dst.width,
                      1};
-    if (region.height <= 0 || region.width <= 0) return;
+    if (region.height <= 0 || region.width <= 0) return false;
     // Tiles are asked for channel by channel.
     if (srcImage->dataOrder == DAX_DATA_PIXEL && ownWorkingChannels(srcImage) > 1 &&
         srcImage->tileInfo == nullptr && dstImage->tileInfo == nullptr)
@@ -323,9 +325,10 @@ void OwnMorphology::pass(OwnExtreme which, int32_t nIterations, From from) const
     Pass work(which, region);
     if (region.height > INT32_MAX - 2 || !work) {
         daxSetErrStatus(DAX_StatusOutOfMemory);
-        return;
+        return false;
     }
     runChannels(&work, region, nIterations, from == From::destination);
+    return true;
 }
 
 void OwnMorphology::ends() const {

@@ -18,9 +18,10 @@ struct OwnMorphology {
     bool begins(int32_t nIterations, const DaxMapping* mapping) const;
 
     // So many iterations with one frame of pixels around the region, always the source's. The first
-    // reads the source, or the destination. Does nothing after a pass that had no memory.
+    // reads the source, or the destination. False when nothing was done, which goes for any pass
+    // after it, too: there is nothing to work on, or a pass had no memory.
     enum class From { source, destination };
-    void pass(OwnExtreme which, int32_t nIterations, From from) const;
+    bool pass(OwnExtreme which, int32_t nIterations, From from) const;
 
     // Reports if a pass had no memory.
     void ends() const;

@@ -202,6 +202,40 @@ TEST(Morphology, TiledLikePlain) {
     EXPECT_EQ(reports.take(), std::vector<std::string>{});
 }
 
+// The frame's rows, its columns, and then row by row: the next row is read before a row of the
+// destination is asked for to be read and to be written.
+TEST(Morphology, TilesInOrder) {
+    Random random(8);
+    Image src({.width = 16, .height = 16, .roi = DaxROI{0, 6, 8, 2, 4}}, random);
+    Image dst({.width = 16, .height = 16, .roi = DaxROI{0, 4, 0, 2, 4}}, random);
+    kit::TileLog log;
+    kit::Tiles from(src, 'S', 8, 8, log);
+    kit::Tiles to(dst, 'D', 16, 8, log);
+    daxDilate(from, to, 2, nullptr);
+    std::vector<std::string> expected;
+    const auto row = [&](const char* line, std::initializer_list<const char*> tiles) {
+        for (const char* tile : tiles) {
+            expected.push_back(line + std::string(" ") + tile);
+            expected.push_back(std::string(1, line[0]) + " release " + tile);
+        }
+    };
+    row("S read", {"0,0", "1,0"});
+    row("S read", {"0,1", "1,1"});
+    row("S read", {"0,0", "0,1", "0,1", "0,1"});
+    row("S read", {"1,0", "1,1", "1,1", "1,1"});
+    for (const bool first : {true, false}) {
+        for (int32_t i = 0; i < 2; ++i) {
+            if (first) row("S read", {"0,1", "1,1"});
+            if (!first) row("D read", {"0,0"});
+        }
+        for (int32_t i = 0; i < 2; ++i) {
+            row("D read", {"0,0"});
+            row("D write", {"0,0"});
+        }
+    }
+    EXPECT_EQ(log.lines, expected);
+}
+
 // A dilation grows by a pixel with every iteration; what lies around a region neither grows nor
 // shrinks.
 TEST(Morphology, IterationsInsideTheRegion) {
@@ -290,6 +324,7 @@ TEST(Morphology, ReportsInOrder) {
 }
 
 // Signed depths pass the checks and nothing happens; the width of 32 bits isn't taken for another.
+// Nor does anything happen to a region outside its image. No count of iterations makes that long.
 TEST(Morphology, DepthsThatArentServed) {
     Random random(5);
     for (const Operation& operation : operations)
@@ -300,7 +335,12 @@ TEST(Morphology, DepthsThatArentServed) {
                 Image dst(shape, random);
                 const std::vector<uint8_t> before = dst.bytes();
                 kit::Reports reports;
-                operation.call(src, dst, 2, nullptr);
+                operation.call(src, dst, INT32_MAX, nullptr);
+                EXPECT_EQ(dst.bytes(), before);
+                src->depth = dst->depth = DAX_DEPTH_8U;
+                dst.roi = {0, 9, 0, 5, 9};
+                dst->roi = &dst.roi;
+                operation.call(src, dst, INT32_MAX, nullptr);
                 EXPECT_EQ(dst.bytes(), before);
                 EXPECT_TRUE(reports.take().empty());
             }
