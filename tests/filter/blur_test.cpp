@@ -114,6 +114,8 @@ std::vector<Image> anyImages(Random& random, bool tileable = false) {
     }
     std::vector<Image> images = kit::filledImages(random, {src, dst});
     window::anyBorders(random, images[0], false);
+    // An alpha channel is a channel like any other.
+    for (Image& image : images) image->alphaChannel = random.in(0, image->nChannels);
     return images;
 }
 
@@ -368,6 +370,22 @@ TEST(Blur, OutOfMemoryAndTiles) {
     tiles.failRequest = 4;
     window.run(from, tiles);
     EXPECT_EQ(tiles.lines, (Lines{"+0,0", "+0,1", "+1,0", "+1,1"}));
+    // The source of a piece comes before the tile that is written.
+    kit::TileLog log;
+    log.failRequest = 3;
+    kit::Tiles source(src, 'A', 16, 16, log);
+    ManyTiles some(before, 8, 8);
+    window.run(source, some);
+    EXPECT_EQ(some.lines, (Lines{"+0,0", "+0,1"}));
+    // Where there is no row of sums, one piece is left out and the walk goes on.
+    kit::StandIn platform;
+    platform.failRequest = 2;
+    ManyTiles each(before, 8, 8);
+    window.run(from, each);
+    EXPECT_EQ(each.lines.size(), 8u);
+    EXPECT_EQ(each.whole.get(7, 7, 3), before.get(7, 7, 3));
+    EXPECT_EQ(each.whole.get(8, 7, 3), whole.get(8, 7, 3));
+    EXPECT_EQ(each.whole.get(7, 8, 3), whole.get(7, 8, 3));
     EXPECT_EQ(reports.take(), Lines{});
 }
 

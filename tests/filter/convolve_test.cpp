@@ -310,6 +310,52 @@ TEST(Convolve, LongRowsOfEveryNumberOfTaps) {
     });
 }
 
+// Where sums just leave 16 bits: each batch of rows starts at the same place, and it's the cells,
+// not the depth, that decide.
+TEST(Convolve, SumsNextToTheLimits) {
+    const auto expect = [](Filter filter, Image& src, int32_t dstDepth) {
+        Image dst({.depth = dstDepth, .width = src->width, .height = src->height});
+        Image expected = dst;
+        const Regions regions(src, dst);
+        Model(filter, src, expected).run(regions.src, regions.dst);
+        kit::forEachIsa([&] {
+            Image result = dst;
+            filter.run(src, result);
+            EXPECT_EQ(kit::byteDifference(result, expected), "") << src.shape().text();
+        });
+    };
+    const auto s8 = static_cast<int32_t>(DAX_DEPTH_8S);
+    Random random(5);
+    Image tall({.width = 21, .height = 140}, random);
+    expect({{{3, 3, 1, 1, 7, {100, 99, 98, 97, 96, 95, 94, 93, 92}}}}, tall, DAX_DEPTH_8U);
+    Image bytes({.width = 70, .height = 2}),
+        bits({.depth = DAX_DEPTH_1U, .width = 70, .height = 2});
+    Image signedBytes({.depth = s8, .width = 70, .height = 2});
+    for (int32_t x = 0; x < 70; ++x) {
+        bytes.set(x, 0, 1, 255);
+        signedBytes.set(x, 0, 1, -128);
+    }
+    daxSetBorderMode(bits, DAX_BORDER_CONST, 15, 255);
+    for (const int8_t more : {int8_t{1}, int8_t{2}}) {
+        const auto less = static_cast<int8_t>(1 - more);
+        for (const std::vector<int8_t>& values :
+             {std::vector<int8_t>{127, 0, more}, std::vector<int8_t>{-128, 0, less}}) {
+            expect({{{1, 3, 0, 0, 7, values}}}, bytes, DAX_DEPTH_8U);
+            expect({{{3, 1, 0, 2, 7, {values[0], values[2], 0}}}}, bits, DAX_DEPTH_8U);
+        }
+        expect({{{1, 5, 0, 0, 7, {127, 0, 127, 0, static_cast<int8_t>(more + 1)}}}}, signedBytes,
+               s8);
+    }
+}
+
+TEST(Convolve, RootsAreTruncated) {
+    Image src({.depth = DAX_DEPTH_16U}), dst({.depth = DAX_DEPTH_16U});
+    Filter filter = {{{1, 1, 0, 0, 0, {1}}, {1, 1, 0, 0, 0, {1}}}, DAX_COMBINE_ROOT_SUM_SQUARES};
+    src.set(0, 0, 1, 13860); // twice its square is one less than that of 19601
+    filter.run(src, dst);
+    EXPECT_EQ(dst.get(0, 0, 1), 19600);
+}
+
 TEST(Convolve, InPlace) {
     kit::forSeeds(400, [&](Random& random) {
         const Pair& pair = random.of(pairs);
@@ -386,6 +432,44 @@ TEST(Convolve, Tiles) {
         EXPECT_EQ(seen, writes);
     });
     EXPECT_EQ(reports.take(), Lines{});
+}
+
+// The surroundings are those of a whole tile, whatever part of it is written, and come after it.
+TEST(Convolve, GathersTheSourceOfWholeTiles) {
+    Random random(4);
+    Image src({.width = 40, .height = 20, .roi = DaxROI{0, 8, 8, 2, 20}}, random);
+    Image dst({.width = 40, .height = 20, .roi = DaxROI{0, 14, 0, 2, 20}}, random);
+    kit::TileLog log;
+    kit::Tiles srcTiles(src, 'A', 8, 32, log);
+    kit::Tiles dstTiles(dst, 'D', 16, 8, log);
+    Filter filter = {{{3, 3, 1, 1, 0, {1, 2, 3, 4, 5, 6, 7, 8, 9}}}};
+    filter.run(srcTiles, dstTiles);
+    // Columns 7 to 24, 9 to 26 and 25 to 42, of which there are 40.
+    Lines expected;
+    const int32_t columns[3][2] = {{0, 3}, {1, 3}, {3, 4}};
+    for (int32_t col = 0; col < 3; ++col) {
+        expected.push_back("D write " + std::to_string(col) + ",0");
+        for (int32_t from = columns[col][0]; from <= columns[col][1]; ++from)
+            for (const char* what : {"read ", "release "})
+                expected.push_back(std::string("A ") + what + std::to_string(from) + ",0");
+        expected.push_back("D release " + std::to_string(col) + ",0");
+    }
+    EXPECT_EQ(log.lines, expected);
+}
+
+// In a copy of the source a border constant is a bit, elsewhere a byte.
+TEST(Convolve, BorderConstantsOfBits) {
+    Image bits({.depth = DAX_DEPTH_1U, .width = 9}), bytes({.width = 9});
+    daxSetBorderMode(bits, DAX_BORDER_CONST, 15, 258);
+    Filter left = {{{1, 2, 1, 0, 0, {1, 0}}}};
+    left.run(bits, bytes);
+    EXPECT_EQ(bytes.get(0, 0, 1), 2);
+    kit::TileLog log;
+    kit::Tiles tiles(bits, 'A', 16, 8, log);
+    left.run(tiles, bytes);
+    EXPECT_EQ(bytes.get(0, 0, 1), 0);
+    left.run(bits, bits);
+    EXPECT_EQ(bits.get(0, 0, 1), 0);
 }
 
 TEST(Convolve, TiledInPlace) {
@@ -483,11 +567,13 @@ TEST(Convolve, Reports) {
         {.depth = static_cast<int32_t>(DAX_DEPTH_8S), .channels = 2, .width = 20, .height = 10},
         random);
     expect(signedBytes, dst, list, 2, 4, nullptr, {}); // no arithmetic for the pair
-    daxSetErrStatus(-3);
-    daxConvolve2D(src, src, list, 1, 0, nullptr);
-    EXPECT_EQ(reports.take(), Lines{});
     EXPECT_EQ(kit::byteDifference(dst, before), "");
     src->alphaChannel = 0;
+    daxSetErrStatus(-3);
+    expect(src, dst, nullptr, 1, 0, nullptr, {});
+    daxSetErrStatus(-3);
+    expect(src, dst, list, 1, 0, nullptr, {});
+    EXPECT_EQ(kit::byteDifference(dst, before), "");
     expect(src, dst, list, 100, DAX_COMBINE_MAX, nullptr, {});
     EXPECT_NE(kit::byteDifference(dst, before), "");
 

@@ -60,6 +60,10 @@ TEST(Kernel, Refusals) {
     kernel->anchorX = 2;
     daxGetConvKernel(kernel, &rows, &cols, &x, &y, &buffer, &shift);
     EXPECT_EQ(reports.take(), Lines{prefix + "ownBadKernel(kernel)"});
+    kernel->anchorX = 0;
+    daxSetErrStatus(-3); // an old failure ends it, too
+    daxGetConvKernel(kernel, &rows, &cols, &x, &y, &buffer, &shift);
+    EXPECT_EQ(reports.take(), Lines{});
     EXPECT_EQ(std::vector<int32_t>({rows, cols, x, y, shift, copy[0]}),
               std::vector<int32_t>({5, 5, 5, 5, 5, 0}));
 
