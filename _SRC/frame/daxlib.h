@@ -1795,8 +1795,8 @@ DAX_API void daxDeleteConvKernel(DaxConvKernel* kernel);
  * decides how a source pixel is read: a source pixel of 128 or more is negative for a signed
  * destination of the same width. A 16-bit source with a #DAX_DEPTH_32S destination is accepted but
  * of no use, since two neighbouring pixels are read as one 32-bit number, and as 0 where the row that
- * the kernels read ends before. A border constant is cut to the width of a source pixel, and to a
- * byte on #DAX_DEPTH_1U.
+ * the kernels read ends before. A border constant is cut to the width of a source pixel; on
+ * #DAX_DEPTH_1U to a byte, but to its lowest bit in place and for a source in tiles.
  *
  * All channels are filtered, whatever `coi` says, except that an image with a non-zero
  * `alphaChannel` leaves out the channel with the highest number. The counts that remain must be
@@ -1871,7 +1871,8 @@ DAX_API void daxConvolve2D(DaxImage* srcImage, DaxImage* dstImage, DaxConvKernel
  * All arithmetic is done in 32 bits and wraps, also on #DAX_DEPTH_32S: a sum that leaves 32 bits
  * isn't clamped.
  *
- * Channels: with a `coi` on both sides, one channel, each image's own; otherwise all. Region: the
+ * Channels: with a `coi` on both sides, one channel, each image's own; otherwise all, the alpha
+ * channel too. Anchors aren't tested: one outside displaces the kernel. Region: the
  * smallest height and width of the images and ROIs, where the offsets don't count; nothing is
  * written beyond the destination's edges. In-place calls work.
  *
@@ -1915,7 +1916,8 @@ DAX_API void daxConvolveSep2D(DaxImage* srcImage, DaxImage* dstImage, const DaxC
  * image by the anchor. `nRows` or `nCols` of 0 is accepted and gives 0, on #DAX_DEPTH_32S
  * -2147483648.
  *
- * Channels: those that both images select; with different `coi`, none. In-place calls work.
+ * Channels: those that both images select, the alpha channel too; with different `coi`, none.
+ * In-place calls work.
  *
  * @par Reports
  * `daxBlur`, `daxBlur`, in this order: the headers; `(srcImage->depth!=dstImage->depth)`;
