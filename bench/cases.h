@@ -131,6 +131,7 @@ void addGeometry();
 void addArithmetic();
 void addMoves();
 void addAlpha();
+void addColor();
 void addRank();
 void addTransforms();
 void addTone();

@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
     bench::addArithmetic();
     bench::addMoves();
     bench::addAlpha();
+    bench::addColor();
     bench::addRank();
     bench::addTransforms();
     bench::addFilter();

@@ -25,7 +25,6 @@ inline void ownPackTopBits(const char* src, char* dst, ptrdiff_t count) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(src);
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
-    // Word by word it takes 3 times a stream's time.
     const __m512i reversed = _mm512_setr4_epi32(0x04050607, 0x00010203, 0x0C0D0E0F, 0x08090A0B);
     for (; done + 64 <= count; done += 64) {
         const __m512i x = _mm512_shuffle_epi8(_mm512_loadu_si512(bytes + done), reversed);

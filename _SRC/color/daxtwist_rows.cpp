@@ -16,7 +16,7 @@ void packed(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t count,
     constexpr int32_t least = sizeof(T) == 1 ? 0 : -0x8000;
     constexpr int32_t greatest = sizeof(T) == 1 ? 255 : 0x7FFF;
     const OwnPackedTwist t = twist;
-    ownMapThirds<T>(src, dst, count, [&t](T a, T b, T c, T* results) {
+    ownMapThirds<T>(src, dst, count, [t](T a, T b, T c, T* results) {
         const auto x = static_cast<int16_t>(a - half);
         const auto y = static_cast<int16_t>(b - half);
         const auto z = static_cast<int16_t>(c - half);
@@ -36,7 +36,7 @@ template <class T>
 void floating(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t count,
               const OwnFloatTwist& twist) {
     const OwnFloatTwist t = twist;
-    ownMapThirds<T>(src, dst, count, [&t](T a, T b, T c, T* results) {
+    ownMapThirds<T>(src, dst, count, [t](T a, T b, T c, T* results) {
         const double x = a;
         const double y = b;
         const double z = c;

@@ -35,10 +35,17 @@ template <class W> struct Spread {
         : r(theR), g(theG), b(theB), high(larger(larger(r, g), b)), low(smaller(smaller(r, g), b)),
           span(high - low) {}
 
-    bool isR() const { return r == high; }
-    bool isG() const { return g == high; }
-    W slope() const { return isR() ? g - b : isG() ? b - r : r - g; }
-    W divisor() const { return span == 0 ? 1 : span; }
+    // Masks, of which one has all bits: ties go to red, then to green. Branches would keep the
+    // compiler from taking pixels side by side.
+    W isR() const { return -static_cast<W>(r == high); }
+    W isG() const { return -static_cast<W>(g == high) & ~isR(); }
+    W isB() const { return ~(isR() | isG()); }
+    W slope() const { return ((g - b) & isR()) | ((b - r) & isG()) | ((r - g) & isB()); }
+    // Degrees, with a whole turn for slopes below red.
+    W base() const {
+        return (360 & isR() & -static_cast<W>(slope() < 0)) | (120 & isG()) | (240 & isB());
+    }
+    W divisor() const { return larger<W>(span, 1); }
 };
 
 // A quotient of integers below 2^24 whose divisor is below 2^9 is never rounded up to the next
@@ -49,18 +56,13 @@ int32_t quotient(int32_t dividend, int32_t divisor) {
 
 // Half degrees; gray gives 0.
 int32_t hueOf(const Spread<int32_t>& is) {
-    const int32_t slope = is.slope();
-    const int32_t base = is.isR() ? (slope < 0 ? 360 : 0) : is.isG() ? 120 : 240;
-    return quotient(60 * slope + base * is.span, 2 * is.divisor());
+    return quotient(60 * is.slope() + is.base() * is.span, 2 * is.divisor());
 }
 
-// Degrees.
+// Degrees; gray gives 0.
 template <class W> double wideHueOf(const Spread<W>& is) {
-    const double hue = static_cast<double>(60 * is.slope()) / static_cast<double>(is.divisor()) +
-                       (is.isR()   ? 0.0
-                        : is.isG() ? 120.0
-                                   : 240.0);
-    return hue < 0.0 ? hue + 360.0 : hue;
+    return static_cast<double>(60 * is.slope()) / static_cast<double>(is.divisor()) +
+           static_cast<double>(is.base());
 }
 
 template <class T> struct ToHsv {
@@ -68,22 +70,27 @@ template <class T> struct ToHsv {
         if constexpr (sizeof(T) == 1) {
             const Spread<int32_t> is(r, g, b);
             hsv[0] = static_cast<T>(hueOf(is));
-            hsv[1] = static_cast<T>(quotient(255 * is.span, is.high == 0 ? 1 : is.high));
+            hsv[1] = static_cast<T>(quotient(255 * is.span, larger(is.high, 1)));
             hsv[2] = static_cast<T>(is.high);
         } else {
             const Spread<Wide<T>> is(r, g, b);
-            const auto high = static_cast<double>(is.high == 0 ? 1 : is.high);
-            const T s = cut<T>(is.high == 0 ? 0.0 : static_cast<double>(is.span) * most<T> / high);
-            hsv[0] = cut<T>(s == 0 ? 0.0 : wideHueOf(is));
-            hsv[1] = s;
+            const auto span = static_cast<double>(is.span) * most<T>;
             hsv[2] = static_cast<T>(is.high);
+            if constexpr (sizeof(T) == 2) {
+                hsv[0] = cut<T>(wideHueOf(is));
+                hsv[1] = cut<T>(span / static_cast<double>(larger(is.high, 1)));
+            } else {
+                const T s = is.high == 0 ? 0 : cut<T>(span / static_cast<double>(is.high));
+                hsv[0] = s == 0 ? 0 : cut<T>(wideHueOf(is));
+                hsv[1] = s;
+            }
         }
     }
 };
 
 // A colour of a sector of 60 degrees.
-template <class W> struct Sector {
-    W top, rising, falling, bottom;
+struct Sector {
+    double top, rising, falling, bottom;
 
     template <class T, class Store> void store(int32_t sector, T* rgb, Store as) const {
         rgb[0] = as(sector == 1                  ? falling
@@ -118,8 +125,17 @@ template <class T> struct FromHsv {
                 return highHalf(static_cast<uint16_t>(w * at), 34 << 5);
             };
             const auto less = [v](uint16_t by) { return static_cast<uint16_t>(v - by); };
-            const Sector<uint16_t> is = {v, less(part(60 - f)), less(part(f)), less(w)};
-            is.store(sector, rgb, [](uint16_t value) { return static_cast<T>(value); });
+            const auto rising = less(part(60 - f));
+            const auto falling = less(part(f));
+            const auto bottom = less(w);
+            const auto is = [sector](int32_t at) { return -static_cast<int32_t>(sector == at); };
+            const int32_t last = ~(is(0) | is(1) | is(2) | is(3) | is(4));
+            rgb[0] = static_cast<T>((v & (is(0) | last)) | (falling & is(1)) |
+                                    (bottom & (is(2) | is(3))) | (rising & is(4)));
+            rgb[1] = static_cast<T>((rising & is(0)) | (v & (is(1) | is(2))) | (falling & is(3)) |
+                                    (bottom & (is(4) | last)));
+            rgb[2] = static_cast<T>((bottom & (is(0) | is(1))) | (rising & is(2)) |
+                                    (v & (is(3) | is(4))) | (falling & last));
         } else {
             const double full = most<T>;
             const double part = 1.0 / most<T>;
@@ -128,8 +144,8 @@ template <class T> struct FromHsv {
             const double f = x - static_cast<double>(sector);
             const auto ds = static_cast<double>(s);
             const auto dv = static_cast<double>(v);
-            const Sector<double> is = {dv, (full - (1.0 - f) * ds) * dv * part,
-                                       (full - f * ds) * dv * part, (full - ds) * dv * part};
+            const Sector is = {dv, (full - (1.0 - f) * ds) * dv * part, (full - f * ds) * dv * part,
+                               (full - ds) * dv * part};
             is.store(s == 0 ? -1 : sector, rgb,
                      [s, dv](double value) { return cut<T>(s == 0 ? dv : value); });
         }
@@ -141,20 +157,27 @@ template <class T> struct ToHls {
         if constexpr (sizeof(T) == 1) {
             const Spread<int32_t> is(r, g, b);
             const int32_t sum = is.high + is.low;
-            const int32_t room = sum < 256 ? sum : 510 - sum;
+            const int32_t room = larger(smaller(sum, 510 - sum), 1);
             hls[0] = static_cast<T>(hueOf(is));
             hls[1] = static_cast<T>(sum >> 1);
-            hls[2] = static_cast<T>(quotient(255 * is.span, room == 0 ? 1 : room));
+            hls[2] = static_cast<T>(quotient(255 * is.span, room));
         } else {
             const Spread<Wide<T>> is(r, g, b);
-            const auto sum = static_cast<uint32_t>(is.high + is.low);
-            const auto span = static_cast<double>(static_cast<uint32_t>(is.span));
-            const double room = static_cast<double>(sum) <= most<T>
-                                    ? static_cast<double>(sum)
-                                    : 2.0 * most<T> - static_cast<double>(sum);
-            hls[0] = cut<T>(is.span == 0 ? 0.0 : wideHueOf(is));
-            hls[1] = static_cast<T>(sum >> 1);
-            hls[2] = cut<T>(is.span == 0 ? 0.0 : most<T> * span / (room == 0.0 ? 1.0 : room));
+            hls[0] = cut<T>(wideHueOf(is));
+            if constexpr (sizeof(T) == 2) {
+                const int32_t sum = is.high + is.low;
+                const int32_t room = larger(smaller(sum, 131070 - sum), 1);
+                hls[1] = static_cast<T>(sum >> 1);
+                hls[2] = cut<T>(most<T> * static_cast<double>(is.span) / static_cast<double>(room));
+            } else {
+                // Unsigned and wrapped; negative samples can leave no room.
+                const auto sum = static_cast<uint32_t>(is.high + is.low);
+                const auto span = static_cast<double>(static_cast<uint32_t>(is.span));
+                const double room = sum <= 0x7FFFFFFF ? static_cast<double>(sum)
+                                                      : 2.0 * most<T> - static_cast<double>(sum);
+                hls[1] = static_cast<T>(sum >> 1);
+                hls[2] = is.span == 0 || room == 0.0 ? 0 : cut<T>(most<T> * span / room);
+            }
         }
     }
 };

@@ -51,8 +51,7 @@ template <class T> void ownStoreThirds(char* dst, __m512i lanes) {
 }
 #endif
 
-// The channels in the order of memory. In plain loops the compiler picks samples one by one: gray
-// from interleaved bytes is at 0.1 of a stream with them.
+// The channels in the order of memory.
 template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdiff_t count) {
     [[maybe_unused]] constexpr ptrdiff_t size = sizeof(T);
     ptrdiff_t done = 0;

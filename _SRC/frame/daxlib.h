@@ -456,7 +456,7 @@ extern "C" {
  * @page dax_threads Threads
  *
  * Error status, error mode and reporter belong to the calling thread, and so do the plans, tables
- * and work buffers that the transforms and daxReduceBits() keep between calls. The library holds
+ * and work buffers that the transforms keep between calls. The library holds
  * no locks and starts no threads. Any operations may run at the same time on different images.
  *
  * Two threads may read the same pixels at the same time, but they should do so through headers of
@@ -2531,6 +2531,8 @@ DAX_API void daxDCT2D(DaxImage* src, DaxImage* dst, int32_t flags);
  * 2. under the function's own name `null_image_pointer`, `null_data_pointer`
  * 3. under the function's own name `incomatibleimages`, for a pair that isn't compatible
  * 4. `errInOutDepth`, for depths that aren't accepted, under the name that is told at each function
+ * 5. with status #DAX_StatusOutOfMemory, under the function's own name, `out_of_memory`, when the
+ *    source's pixels of a tile can't be had
  *
  * @par Tiles of the frame
  * `tilePos` names exactly one tile, and nothing is tested. With null, tiles of the destination are
@@ -2712,7 +2714,9 @@ DAX_API void daxGrayToColor(DaxImage* srcImage, DaxImage* dstImage, float fractR
  * - #DAX_DITHER_BAYER: the thresholds are the matrix entries times the distance of levels, so only
  *   at the matrix's zero entry is a sample above its level ever raised.
  *
- * ROIs are not honoured. The images may differ in size; the smaller ones count.
+ * ROIs are not honoured. The images may differ in size: the plain reduction of images in memory takes
+ * the smaller ones; with tiles, jitter or dither the whole destination is written, and what lies
+ * beyond the source follows its border settings. A tiled source is only read, also with jitter.
  *
  * @par Reports
  * All with status #DAX_StatusBadArgument, in this order:
