@@ -151,7 +151,7 @@ TEST(Blur, AsTheModelHasIt) {
 // exact product.
 TEST(Blur, TruncatesTheExactProduct) {
     for (const int32_t depth : {DAX_DEPTH_8U, static_cast<int32_t>(DAX_DEPTH_8S)})
-        for (const int32_t nRows : {1, 2, 3, 5, 7, 11, 25, 41, 101, 149, 170}) {
+        for (const int32_t nRows : {1, 2, 3, 5, 7, 11, 25, 41, 101, 149, 170, 700}) {
             for (const int32_t nCols : {1, 3, 10, 49, 101, 147}) {
                 if (nRows * nCols == 1) continue;
                 const auto scale = static_cast<double>(1.0f / static_cast<float>(nRows * nCols));
