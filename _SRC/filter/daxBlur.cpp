@@ -1,4 +1,5 @@
 #include "filter/blur.h"
+#include "filter/blur_words.h"
 #include "filter/source.h"
 #include "frame/border.h"
 #include "frame/call.h"
@@ -21,6 +22,7 @@ struct Window {
     int32_t anchorX;
     int32_t anchorY;
     OwnBlurScale scale;
+    OwnBlurQuotient quotient;
 };
 
 // Of samples of 8 bits the sum s of n is exact in single precision. With f the scale, 1 / n times 1
@@ -36,6 +38,36 @@ OwnBlurScale scaleFor(int32_t nRows, int32_t nCols) {
         const bool below = static_cast<double>(scale) * static_cast<double>(count) < 1.0;
         result.single = below ? __builtin_nextafterf(scale, 0.0f) : scale;
     }
+    return result;
+}
+
+// For sums of unsigned samples of 8 bits that fit 16 bits. Of such a sum s, up to 255 * n, the mean
+// is floor(s / n), or, with a scale below 1 / n, ceil(s / n) - 1, the floor of (s - 1) / n. With
+// the factor 2^k / n rounded up by e / n, floor(s * factor / 2^k) is floor(s / n) while 255 * n * e
+// is less than 2^k; rounded down by d / n, floor((s + 1) * factor / 2^k) is, while (255 * n + 1) *
+// d is no more than 2^k.
+OwnBlurQuotient quotientFor(int32_t nRows, int32_t nCols) {
+    const int64_t count = int64_t{nRows} * nCols;
+    OwnBlurQuotient result = {0, 0, 0, 0};
+    if (count < 2 || count > UINT16_MAX / 255) return result;
+    const auto n = static_cast<uint32_t>(count);
+    uint64_t power = 1u << 16;
+    while (power << 1 <= uint64_t{UINT16_MAX} * n) {
+        power <<= 1;
+        ++result.shift;
+    }
+    const auto below = static_cast<uint32_t>(power % n); // d
+    const uint32_t above = below == 0 ? 0 : n - below;   // e
+    const auto down = static_cast<uint16_t>(power / n);
+    if (uint64_t{255} * n * above < power) {
+        result.factor = static_cast<uint16_t>(above == 0 ? down : down + 1);
+    } else if ((uint64_t{255} * n + 1) * below <= power) {
+        result.factor = down;
+        result.up = 1;
+    }
+    const auto scale = static_cast<float>(1.0 / static_cast<double>(count));
+    if (static_cast<double>(scale) * static_cast<double>(count) < 1.0) result.down = 1;
+    if (result.up == result.down) result.up = result.down = 0;
     return result;
 }
 
@@ -94,16 +126,20 @@ public:
           ptrdiff_t dstX, ptrdiff_t dstY, ptrdiff_t rows, ptrdiff_t columns)
         : window(all), corner(from), dstImage(to), x(dstX), y(dstY), height(rows), width(columns),
           columnCount(columns + all.nCols), sample(ownSampleBytes(to->depth)),
-          rowKernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(to->depth)]),
+          rowKernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(to->depth)]), wordKernels(to->depth),
           sums(columnCount * rowKernels.rowsAtOnce), gathered(columnCount * sample * 2),
-          means(columns * sample * rowKernels.rowsAtOnce) {
+          means(columns * sample * rowKernels.rowsAtOnce),
+          rowOfWords(usesWords() ? wordCount() : 1),
+          moving(usesWords() && !usesQuotient() ? columns + ownBlurBlock : 1) {
         for (int32_t channel = common.firstChannel; channel <= common.lastChannel; ++channel) {
             if (all.nRows == 0 || all.nCols == 0)
                 fill(channel);
-            else if (!sums || !gathered || !means)
+            else if (!sums || !gathered || !means || !rowOfWords || !moving)
                 continue;
             else if (all.nRows == 1 && all.nCols == 1)
                 copy(channel);
+            else if (usesWords())
+                blurWords(channel);
             else
                 blur(channel);
         }
@@ -169,6 +205,108 @@ private:
         }
     }
 
+    bool usesQuotient() const {
+        return dstImage->depth == DAX_DEPTH_8U && window.quotient.factor != 0;
+    }
+
+    bool usesWords() const {
+        if (wordKernels.differ == nullptr) return false;
+        return usesQuotient() || (window.scale.single != 0 && window.nCols <= ownMostBlurWords);
+    }
+
+    ptrdiff_t wordCount() const { return columnCount + ownBlurWordsBefore + ownBlurWordsAfter; }
+
+    // The part of a row from `at` to `end`, at its place among the columns. What is beyond an edge
+    // goes on its own, so that what is inside needn't be copied.
+    struct Part {
+        ptrdiff_t at;
+        ptrdiff_t end;
+        bool constant;
+    };
+
+    // Gives their count.
+    int32_t split(Part* parts) const {
+        const DaxImage* image = corner.image;
+        const auto inside = [&](ptrdiff_t place) {
+            return place < 0 ? 0 : smaller(place, columnCount);
+        };
+        const ptrdiff_t places[] = {0, inside(-corner.x), inside(image->width - corner.x),
+                                    columnCount};
+        int32_t count = 0;
+        for (int32_t k = 0; k < 3; ++k) {
+            if (places[k] >= places[k + 1]) continue;
+            const int32_t mode = image->borderModes[k == 0 ? 2 : 3] & 3;
+            parts[count++] = {places[k], places[k + 1], k != 1 && mode == DAX_BORDER_CONST};
+        }
+        return count;
+    }
+
+    bool isInside(ptrdiff_t row) const {
+        return corner.y + row >= 0 && corner.y + row < corner.image->height;
+    }
+
+    const char* fetched(const OwnSourceRows& src, ptrdiff_t row, ptrdiff_t slot,
+                        const Part& part) const {
+        return src.fetch(corner.x + part.at, corner.y + row, part.end - part.at,
+                         gathered.get() + slot * columnCount * sample);
+    }
+
+    // The words of a row, which have moved down from the row above.
+    void moveWords(const OwnSourceRows& src, const Part* parts, int32_t count, ptrdiff_t row,
+                   uint16_t* words) const {
+        const auto move = usesQuotient() ? ownRows<OwnBlurWords>().slide : wordKernels.differ;
+        const bool rowsInside = isInside(row - 1) && isInside(row - 1 + window.nRows);
+        for (int32_t k = 0; k < count; ++k) {
+            const Part& part = parts[k];
+            const ptrdiff_t size = part.end - part.at;
+            if (!part.constant || !rowsInside)
+                move(fetched(src, row - 1 + window.nRows, 0, part), fetched(src, row - 1, 1, part),
+                     words + part.at, size);
+            else if (!usesQuotient())
+                ownFillRow16(0, reinterpret_cast<char*>(words + part.at), size);
+        }
+    }
+
+    void blurWords(int32_t channel) const {
+        const OwnSourceRows src(corner.image, channel, 1);
+        const Channel dst(dstImage, x, y, channel);
+        const bool direct = dst.step == sample;
+        Part parts[3];
+        const int32_t partCount = split(parts);
+
+        ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
+        for (ptrdiff_t row = 0; row < window.nRows; ++row)
+            for (int32_t k = 0; k < partCount; ++k)
+                rowKernels.add(fetched(src, row, 0, parts[k]), columns(0) + parts[k].at,
+                               parts[k].end - parts[k].at);
+        ownFillRow16(0, reinterpret_cast<char*>(rowOfWords.get()), wordCount());
+        uint16_t* words = rowOfWords.get() + ownBlurWordsBefore;
+        if (usesQuotient())
+            for (ptrdiff_t i = 0; i < columnCount; ++i)
+                words[i] = static_cast<uint16_t>(columns(0)[i]);
+        else
+            wordKernels.start(columns(0), moving.get(), width, window.nCols);
+        for (ptrdiff_t row = 0; row < height; ++row) {
+            char* to = direct ? dst.row(row) : means.get();
+            if (row > 0) moveWords(src, parts, partCount, row, words);
+            if (usesQuotient())
+                ownRows<OwnBlurWords>().quotients(words, to, width, window.nCols, window.quotient);
+            else
+                wordKernels.means(words, moving.get(), to, width, window.nCols,
+                                  window.scale.single);
+            if (!direct) put(to, dst, row);
+        }
+    }
+
+    // Those of 8 bits have some.
+    struct WordKernels : OwnBlurWordRows {
+        explicit WordKernels(int32_t depth) : OwnBlurWordRows{} {
+            if (ownSampleBytes(depth) == 1)
+                OwnBlurWordRows::operator=(
+                    ownRows<OwnBlurWords>().byDepth[depth == DAX_DEPTH_8U ? 0 : 1]);
+        }
+    };
+
     const Window& window;
     const Corner corner;
     const DaxImage* dstImage;
@@ -179,9 +317,12 @@ private:
     const ptrdiff_t columnCount;
     const ptrdiff_t sample;
     const OwnBlurRows& rowKernels;
+    const WordKernels wordKernels;
     OwnBuffer<uint32_t> sums;
     OwnBuffer<char> gathered;
     OwnBuffer<char> means;
+    OwnBuffer<uint16_t> rowOfWords;
+    OwnBuffer<uint32_t> moving; // the sums of windows, which go with differences
 };
 
 // Whether two plain images may share memory.
@@ -307,7 +448,8 @@ void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCol
     if (call.rejects(nRows < 0 || nCols < 0, "(nRows<0||nCols<0)")) return;
     if (call.rejects(anchorX < 0 || anchorY < 0, "(anchorX<0||anchorY<0)")) return;
 
-    const Window window = {nRows, nCols, anchorX, anchorY, scaleFor(nRows, nCols)};
+    const Window window = {
+        nRows, nCols, anchorX, anchorY, scaleFor(nRows, nCols), quotientFor(nRows, nCols)};
     const Region src(srcImage);
     Region dst(dstImage);
     dst.height = smaller(dst.height, src.height);
