@@ -10,7 +10,7 @@
 
 template <class T> constexpr int32_t ownTableSize = std::numeric_limits<T>::max() + 1;
 
-// Writes ownTableSize<T> entries.
+// Writes ownTableSize<T> entries. Keys may also fall or be too large; those are never met.
 template <class T> void ownStretchTable(const DaxLUT& lut, T* table) {
     constexpr int32_t size = ownTableSize<T>;
     // What lies below the first key runs one ahead, and entry 0 is that of no sample.

@@ -84,9 +84,12 @@ void stretch(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage, DaxLUT
     // In 16 bits the first record counts, whichever one the channel of interest has.
     const int32_t first = sizeof(T) == 1 ? firstLut(srcImage) : 0;
     for (int32_t k = 0; k < channels; ++k) {
-        // That one hasn't been checked.
-        if (lutFault(lut[first + k], size) != nullptr) return;
-        ownStretchTable(*lut[first + k], tables.get() + ptrdiff_t{k} * size);
+        // That one hasn't been checked: whatever a table can be made of will do.
+        const DaxLUT* const curve = lut[first + k];
+        if (curve == nullptr || curve->key == nullptr || curve->value == nullptr ||
+            curve->num < 1 || curve->key[0] < 0)
+            return;
+        ownStretchTable(*curve, tables.get() + ptrdiff_t{k} * size);
     }
     mapTables(call, srcImage, dstImage, tables.get(), tilePos);
 }

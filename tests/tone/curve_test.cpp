@@ -224,6 +224,13 @@ TEST(Curves, EdgesOfTheArrays) {
     // All keys at the end: every sample runs one behind.
     EXPECT_EQ(mapped(Lut({256, 256}, {1, 2}), DAX_DEPTH_8U, {1, 255}), (Samples{0, 254}));
 
+    // The unchecked first record of 16 bits: keys that fall or are too large are never met.
+    Luts unsound(std::vector<Lut>{Lut({2, 70000, 9}, {41, 0, 0}), Lut({0, 65536}, {7, 8})});
+    Image second({.depth = DAX_DEPTH_16U, .channels = 2, .roi = DaxROI{2, 0, 0, 1, 1}});
+    second.set(0, 0, 2, 500);
+    daxContrastStretch(second, second, unsound, nullptr);
+    EXPECT_EQ(second.get(0, 0, 2), 41);
+
     Luts luts(std::vector<Lut>{Lut({0, 256}, {256, 5})});
     Image image({.width = 3});
     image.set(0, 0, 1, 0), image.set(1, 0, 1, 254), image.set(2, 0, 1, 255);
@@ -273,6 +280,28 @@ TEST(Curves, TilesInPlace) {
     EXPECT_EQ(tiles.tile(1, 1).get(7, 1, 1), before.get(7, 1, 1));
     EXPECT_EQ(log.lines, (Lines{"D write 0,0", "D release 0,0", "D write 1,0", "D release 1,0",
                                 "D write 0,1", "D release 0,1", "D write 1,1", "D release 1,1"}));
+    EXPECT_EQ(reports.take(), Lines());
+}
+
+// A tile position narrows the map to one tile, but the new histogram is that of the curve.
+TEST(Curves, TilePosition) {
+    kit::Reports reports;
+    for (const bool equalizes : {false, true}) {
+        Image src({.width = 16, .height = 8});
+        Image dst({.width = 16, .height = 8});
+        kit::TileLog log;
+        kit::Tiles tiles(dst, 'D', 8, 8, log);
+        Luts luts(std::vector<Lut>{Lut({0, 1, 256}, {9, 0, 0})});
+        const int32_t pos[2] = {0, 0};
+        (equalizes ? daxHistoEqualize : daxContrastStretch)(src, tiles, luts, pos);
+        EXPECT_EQ(tiles.tile(0, 0).get(3, 3, 1), equalizes ? 255 : 9);
+        EXPECT_EQ(log.lines, (Lines{"D write 0,0", "D release 0,0"}));
+        const int32_t outside[2] = {2, 0};
+        (equalizes ? daxHistoEqualize : daxContrastStretch)(src, tiles, luts, outside);
+        EXPECT_EQ(log.lines.size(), 2u);
+        EXPECT_EQ(luts.all[0].value, equalizes ? (std::vector<int32_t>{0, 9, 0})
+                                               : (std::vector<int32_t>{9, 0, 0}));
+    }
     EXPECT_EQ(reports.take(), Lines());
 }
 
@@ -341,6 +370,15 @@ TEST(Curves, Reports) {
     EXPECT_EQ(call({.channels = 3}, {.channels = 3}, none),
               (Lines{"-5 daxContrastStretch daxHist lut[k]==0",
                      "-5 daxHistoEqualize daxHist lut[k]==0"}));
+    // A status from before stops the call.
+    Luts fine(std::vector<Lut>{Lut({0, 256}, {5, 5})});
+    Image image(Shape{});
+    daxSetErrStatus(DAX_StatusInternalError);
+    daxContrastStretch(image, image, fine, nullptr);
+    daxHistoEqualize(image, image, fine, nullptr);
+    EXPECT_EQ(image.get(0, 0, 1), 0);
+    EXPECT_EQ(fine.all[0].value[0], 5);
+    EXPECT_EQ(reports.take(), Lines());
     // In 16 bits the first record makes the table, but the one of the channel is checked.
     Luts second(std::vector<Lut>(2, Lut({0, 65536}, {0, 0})));
     DaxLUT* onlySecond[2] = {nullptr, static_cast<DaxLUT* const*>(second)[1]};
