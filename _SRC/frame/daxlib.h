@@ -2009,8 +2009,8 @@ DAX_API void daxMinFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows,
  *
  * Rectangles of 3 by 3 and 5 by 5 go by selection networks, others of few pixels by a search bit by
  * bit, whose cost grows with n. Large ones go by the histograms of columns on 8 bits (Perreault and
- * Hebert), at a cost that doesn't grow with the rectangle, and by a sliding histogram on 16 bits, at
- * a cost that grows with its height.
+ * Hebert), at a cost that doesn't grow with the rectangle, and by a sliding histogram on 16 bits,
+ * at a cost that grows with its height.
  *
  * Channels: by the destination's `coi`. Without one, all channels of the destination; with one,
  * that channel of the destination and the source's `coi`, or the source's first channel if it has
@@ -2407,8 +2407,8 @@ DAX_API void daxRotate(DaxImage* srcImage, DaxImage* dstImage, int32_t angle, in
  * up to 128 pixels; floats above, stored in 32 bits and computed in 64. A flag forces either.
  * Rounding: fixed point cuts with an
  * arithmetic shift, in which results between -1 and 0 become 0, and rounds to nearest only where it
- * has to scale by a number that is no power of two. A spectrum in floats is rounded to nearest, ties
- * to even, and truncated on #DAX_DEPTH_8S; that of a single row or column is truncated on all
+ * has to scale by a number that is no power of two. A spectrum in floats is rounded to nearest,
+ * ties to even, and truncated on #DAX_DEPTH_8S; that of a single row or column is truncated on all
  * depths, and so is what daxCcsFft2D() gives.
  *
  * *Rectangle.* A ROI must lie inside its image, and both images must have the same `coi`. The
@@ -2714,9 +2714,10 @@ DAX_API void daxGrayToColor(DaxImage* srcImage, DaxImage* dstImage, float fractR
  * - #DAX_DITHER_BAYER: the thresholds are the matrix entries times the distance of levels, so only
  *   at the matrix's zero entry is a sample above its level ever raised.
  *
- * ROIs are not honoured. The images may differ in size: the plain reduction of images in memory takes
- * the smaller ones; with tiles, jitter or dither the whole destination is written, and what lies
- * beyond the source follows its border settings. A tiled source is only read, also with jitter.
+ * ROIs are not honoured. The images may differ in size: the plain reduction of images in memory
+ * takes the smaller ones; with tiles, jitter or dither the whole destination is written, and what
+ * lies beyond the source follows its border settings. A tiled source is only read, also with
+ * jitter.
  *
  * @par Reports
  * All with status #DAX_StatusBadArgument, in this order:
@@ -2844,9 +2845,9 @@ DAX_API void daxApplyColorTwist(DaxImage* srcImage, DaxImage* dstImage, const Da
  * of another image, they are requested one by one and copied together; *all of them are held until
  * the rectangle is done*, so that the tile access function must be able to serve several tiles at a
  * time. At the release of each, `tileData` holds the pointer that it delivered for that tile. They
- * are copied with daxCopy(), which does nothing while the status is negative. When a tile, or memory
- * for the copy, can't be had: status #DAX_StatusUnknownError, `ERROR in Tiling callBack`; what is
- * held is released.
+ * are copied with daxCopy(), which does nothing while the status is negative. When a tile, or
+ * memory for the copy, can't be had: status #DAX_StatusUnknownError, `ERROR in Tiling callBack`;
+ * what is held is released.
  * @{
  */
 
