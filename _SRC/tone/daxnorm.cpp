@@ -31,21 +31,29 @@ struct Figure {
     int32_t kind; // DAX_NORM_MAX, DAX_NORM_SUM or DAX_NORM_L2
     double value = 0;
 
+    // What has come up to here is such that whole numbers are added to it exactly.
+    bool exact() const { return value <= exactTotal && value >= -exactTotal; }
+
     void add(const OwnNormRow& row, const char* a, const char* b, ptrdiff_t count) {
         if (kind == DAX_NORM_MAX) {
             const auto most = static_cast<double>(row.largest(a, b, count));
             if (most > value) value = most;
             return;
         }
-        const bool exact = value <= exactTotal && value >= -exactTotal;
         if (kind == DAX_NORM_SUM) {
-            value = exact ? value + static_cast<double>(row.sum(a, b, count))
-                          : row.addSum(value, a, b, count);
+            value = exact() ? value + static_cast<double>(row.sum(a, b, count))
+                            : row.addSum(value, a, b, count);
             return;
         }
-        const int64_t squares = !exact        ? -1
+        const int64_t squares = !exact()      ? -1
                                 : b == zeroes ? row.squaresOfOne(a, b, count)
                                               : row.squares(a, b, count);
+        addSquares(row, squares, a, b, count);
+    }
+
+    // Adds a block's sum of squares, or its squares one by one where that sum is -1.
+    void addSquares(const OwnNormRow& row, int64_t squares, const char* a, const char* b,
+                    ptrdiff_t count) {
         value = squares >= 0 ? value + static_cast<double>(squares)
                              : row.addSquares(value, a, b, count);
     }
@@ -66,6 +74,18 @@ struct Measure {
     Figure difference;
     Figure second;
     bool relative;
+
+    void add(const OwnNormRow& row, const char* a, const char* b, ptrdiff_t count) {
+        if (relative && difference.kind == DAX_NORM_L2 && difference.exact() && second.exact()) {
+            int64_t ofSecond = 0;
+            const int64_t squares = row.squaresOfBoth(a, b, count, &ofSecond);
+            difference.addSquares(row, squares, a, b, count);
+            second.addSquares(row, ofSecond, b, zeroes, count);
+            return;
+        }
+        difference.add(row, a, b, count);
+        if (relative) second.add(row, b, zeroes, count);
+    }
 
     double result() const {
         double figure = difference.norm();
@@ -169,8 +189,7 @@ void measureSamples(DaxImage* const* images, int32_t count, Measure* measure) {
             if (!runs.strided)
                 for (ptrdiff_t byte = 0; byte < share * runs.sampleBytes; byte += 64)
                     for (int32_t i = 0; i < count; ++i) __builtin_prefetch(from[i] + byte);
-            measure->difference.add(row, block[0], block[1], share);
-            if (measure->relative) measure->second.add(row, block[1], zeroes, share);
+            measure->add(row, block[0], block[1], share);
         }
     });
 }

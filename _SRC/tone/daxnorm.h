@@ -18,7 +18,9 @@ struct OwnNormRow {
     int64_t (*squares)(const char* a, const char* b, ptrdiff_t count);
     // The same where b is all zeroes, of which the first few are read.
     int64_t (*squaresOfOne)(const char* a, const char* b, ptrdiff_t count);
-    // The same added to a total in floats, sample after sample.
+    // Those of the differences, and those of b.
+    int64_t (*squaresOfBoth)(const char* a, const char* b, ptrdiff_t count, int64_t* second);
+    // A sum added to a total in floats, sample after sample.
     double (*addSum)(double total, const char* a, const char* b, ptrdiff_t count);
     double (*addSquares)(double total, const char* a, const char* b, ptrdiff_t count);
     // Samples at a distance, brought together.

@@ -73,29 +73,72 @@ template <class T> int16_t highByte(int16_t pair) {
     return static_cast<int16_t>(std::is_signed_v<T> ? high : high & 0xFF);
 }
 
-// With `alone` the first samples of b stand for all of them.
+struct BothSquares {
+    int64_t difference;
+    int64_t second;
+};
+
+// The squares of differences of bytes, and with `both` those of b. With `alone` the first samples
+// of b stand for all of them. Bytes are taken apart in lanes of 16 bits without a shuffle, and
+// products that are added in pairs are one instruction.
+template <class T, bool alone, bool both>
+inline __attribute__((always_inline)) BothSquares squareBytes(const char* a, const char* b,
+                                                              ptrdiff_t count) {
+    const auto* pairsX = ownLanes<int16_t>(a);
+    const auto* pairsY = ownLanes<int16_t>(b);
+    int32_t low = 0;
+    int32_t high = 0;
+    int32_t lowSecond = 0;
+    int32_t highSecond = 0;
+    // A 0 that the compiler doesn't know of: a product of what it knows to be above 0 is widened
+    // first, in several instructions.
+    int16_t nothing = 0;
+    asm("" : "+r"(nothing));
+    for (ptrdiff_t i = 0; i < count / 2; ++i) {
+        const int16_t u = pairsX[i];
+        const int16_t v = pairsY[alone ? 0 : i];
+        const int16_t lowV = lowByte<T>(v);
+        const int16_t highV = highByte<T>(v);
+        const auto d = static_cast<int16_t>(lowByte<T>(u) - lowV);
+        const auto e = static_cast<int16_t>(highByte<T>(u) - highV);
+        low += d * d;
+        high += e * e;
+        if constexpr (both) {
+            lowSecond += lowV * lowV;
+            const auto h = static_cast<int16_t>(highV - nothing);
+            highSecond += h * h;
+        }
+    }
+    if (count % 2 != 0) {
+        const T last = ownLanes<T>(a)[count - 1];
+        const T lastSecond = ownLanes<T>(b)[alone ? 0 : count - 1];
+        const int32_t d = last - lastSecond;
+        low += d * d;
+        lowSecond += lastSecond * lastSecond;
+    }
+    return {int64_t{low} + high, int64_t{lowSecond} + highSecond};
+}
+
+#if defined(__AVX512BW__)
+// Here a sum of products is one instruction.
+template <class T, bool alone, bool both>
+__attribute__((target("avx512vnni"))) BothSquares squareBytesDot(const char* a, const char* b,
+                                                                 ptrdiff_t count) {
+    return squareBytes<T, alone, both>(a, b, count);
+}
+#endif
+
+template <class T, bool alone, bool both>
+BothSquares squaresOfBytes(const char* a, const char* b, ptrdiff_t count) {
+#if defined(__AVX512BW__)
+    if (__builtin_cpu_supports("avx512vnni")) return squareBytesDot<T, alone, both>(a, b, count);
+#endif
+    return squareBytes<T, alone, both>(a, b, count);
+}
+
 template <class T, bool alone> int64_t squares(const char* a, const char* b, ptrdiff_t count) {
     if constexpr (sizeof(T) == 1) {
-        // Bytes are taken apart in lanes of 16 bits without a shuffle, and products that are added
-        // in pairs are one instruction.
-        const auto* pairsX = ownLanes<int16_t>(a);
-        const auto* pairsY = ownLanes<int16_t>(b);
-        int32_t low = 0;
-        int32_t high = 0;
-        for (ptrdiff_t i = 0; i < count / 2; ++i) {
-            const int16_t u = pairsX[i];
-            const int16_t v = pairsY[alone ? 0 : i];
-            const auto d = static_cast<int16_t>(lowByte<T>(u) - lowByte<T>(v));
-            const auto e = static_cast<int16_t>(highByte<T>(u) - highByte<T>(v));
-            low += d * d;
-            high += e * e;
-        }
-        if (count % 2 != 0) {
-            const T last = ownLanes<T>(a)[count - 1];
-            const int32_t d = last - T{ownLanes<T>(b)[alone ? 0 : count - 1]};
-            low += d * d;
-        }
-        return int64_t{low} + high;
+        return squaresOfBytes<T, alone, false>(a, b, count).difference;
     } else if constexpr (sizeof(T) == 2) {
         const auto* x = ownLanes<T>(a);
         const auto* y = ownLanes<T>(b);
@@ -122,6 +165,19 @@ template <class T, bool alone> int64_t squares(const char* a, const char* b, ptr
     }
 }
 
+template <class T>
+int64_t squaresOfBoth(const char* a, const char* b, ptrdiff_t count, int64_t* second) {
+    if constexpr (sizeof(T) == 1) {
+        const BothSquares sums = squaresOfBytes<T, false, true>(a, b, count);
+        *second = sums.second;
+        return sums.difference;
+    } else {
+        constexpr char zero[sizeof(T)] = {};
+        *second = squares<T, true>(b, zero, count);
+        return squares<T, false>(a, b, count);
+    }
+}
+
 template <class T> double addSum(double total, const char* a, const char* b, ptrdiff_t count) {
     for (ptrdiff_t i = 0; i < count; ++i)
         total += magnitude(T{ownLanes<T>(a)[i]}, T{ownLanes<T>(b)[i]});
@@ -141,8 +197,8 @@ template <class T> void gather(const char* src, ptrdiff_t step, char* block, ptr
 }
 
 template <class T> constexpr OwnNormRow row() {
-    return {largest<T>, sum<T>,        squares<T, false>, squares<T, true>,
-            addSum<T>,  addSquares<T>, gather<T>};
+    return {largest<T>,       sum<T>,    squares<T, false>, squares<T, true>,
+            squaresOfBoth<T>, addSum<T>, addSquares<T>,     gather<T>};
 }
 
 constexpr OwnNormTable table = {

@@ -299,8 +299,8 @@ TEST(Curves, TilePosition) {
         const int32_t outside[2] = {2, 0};
         (equalizes ? daxHistoEqualize : daxContrastStretch)(src, tiles, luts, outside);
         EXPECT_EQ(log.lines.size(), 2u);
-        EXPECT_EQ(luts.all[0].value, equalizes ? (std::vector<int32_t>{0, 9, 0})
-                                               : (std::vector<int32_t>{9, 0, 0}));
+        EXPECT_EQ(luts.all[0].value,
+                  equalizes ? (std::vector<int32_t>{0, 9, 0}) : (std::vector<int32_t>{9, 0, 0}));
     }
     EXPECT_EQ(reports.take(), Lines());
 }
