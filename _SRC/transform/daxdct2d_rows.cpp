@@ -95,7 +95,8 @@ void forward(double* x, double* t, ptrdiff_t n, const double* secants) {
     forward<whole, V>(second, x, half, secants);
     V b = ownLoad<V>(second);
     for (ptrdiff_t i = 0; i < half; ++i) {
-        ownStore(x + i * 2 * lanes, ownLoad<V>(t + i * lanes));
+        const V even = ownLoad<V>(t + i * lanes);
+        ownStore(x + i * 2 * lanes, even);
         V next = {};
         if (i + 1 < half) next = ownLoad<V>(second + (i + 1) * lanes);
         ownStore(x + (i * 2 + 1) * lanes, b + next);
@@ -113,7 +114,8 @@ void inverse(double* x, double* t, ptrdiff_t n, const double* secants) {
     double* const second = t + half * lanes;
     V before = {};
     for (ptrdiff_t i = 0; i < half; ++i) {
-        ownStore(t + i * lanes, ownLoad<V>(x + i * 2 * lanes));
+        const V even = ownLoad<V>(x + i * 2 * lanes);
+        ownStore(t + i * lanes, even);
         const V odd = ownLoad<V>(x + (i * 2 + 1) * lanes);
         ownStore(second + i * lanes, odd + before);
         before = odd;
