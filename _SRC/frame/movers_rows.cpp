@@ -1,6 +1,7 @@
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
 #include "frame/movers.h"
+#include "frame/vectors.h"
 
 namespace {
 
@@ -20,6 +21,96 @@ template <class T> void fillRun(uint32_t value, char* dst, ptrdiff_t count) {
     const T sample = static_cast<T>(value);
     for (ptrdiff_t i = 0; i < count; ++i) z[i] = sample;
 }
+
+#if defined(__AVX512BW__)
+
+// Rows that start at the same bits of their bytes, 64 bytes at a time, with masks for what lies
+// beside them: rows of 64 bytes go at a third of the speed of memcpy in cache, and at a fifth by
+// words and single bytes at the ends.
+class BitRows {
+public:
+    BitRows(ptrdiff_t bitSrc, ptrdiff_t bitDst, ptrdiff_t count)
+        : base((bitSrc - bitDst) >> 3), lastSrc((bitSrc + count - 1) >> 3),
+          bytes((bitDst + count + 7) / 8), shift(static_cast<int32_t>((bitSrc - bitDst) & 7)),
+          head(static_cast<uint8_t>(0xFF >> bitDst)),
+          tail(static_cast<uint8_t>(0xFF00 >> ((bitDst + count - 1) % 8 + 1))) {}
+
+    // What of 64 bytes from `first` on is read, written and kept.
+    struct Step {
+        ptrdiff_t first;
+        __mmask64 source;
+        __mmask64 next;
+        __mmask64 written;
+        __m512i taken;
+    };
+
+    Step stepAt(ptrdiff_t first) const {
+        const ptrdiff_t left = bytes - first < 64 ? bytes - first : 64;
+        const __mmask64 written = below(left);
+        __m512i taken = _mm512_set1_epi8(-1);
+        if (first == 0) taken = only(taken, 0, head);
+        if (first + left == bytes) taken = only(taken, left - 1, tail);
+        return {first, within(base + first), within(base + first + 1), written, taken};
+    }
+
+    void take(const Step& step, const char* src, char* dst) const {
+        const char* at = src + base + step.first;
+        char* to = dst + step.first;
+        const __m512i x = _mm512_maskz_loadu_epi8(step.source, at);
+        const __m512i y = _mm512_maskz_loadu_epi8(step.next, at + 1);
+        const __m512i upper = _mm512_and_si512(
+            _mm512_slli_epi64(x, static_cast<unsigned>(shift.left)), lanes(shift.leftMask));
+        const __m512i lower = _mm512_and_si512(
+            _mm512_srli_epi64(y, static_cast<unsigned>(shift.right)), lanes(shift.rightMask));
+        const __m512i kept =
+            _mm512_andnot_si512(step.taken, _mm512_maskz_loadu_epi8(step.written, to));
+        const __m512i bits = _mm512_and_si512(_mm512_or_si512(upper, lower), step.taken);
+        _mm512_mask_storeu_epi8(to, step.written, _mm512_or_si512(bits, kept));
+    }
+
+    const ptrdiff_t base;
+    const ptrdiff_t lastSrc;
+    const ptrdiff_t bytes;
+
+private:
+    static __mmask64 below(ptrdiff_t lane) {
+        return lane >= 64 ? ~__mmask64{0} : (__mmask64{1} << lane) - 1;
+    }
+
+    // The lanes from a place of the source on that lie between its first and its last byte.
+    __mmask64 within(ptrdiff_t place) const {
+        const ptrdiff_t end = lastSrc + 1 - place;
+        const __mmask64 upTo = end <= 0 ? 0 : below(end);
+        return place < 0 ? upTo & ~below(-place) : upTo;
+    }
+
+    static __m512i lanes(uint64_t word) { return _mm512_set1_epi64(static_cast<int64_t>(word)); }
+
+    static __m512i only(__m512i taken, ptrdiff_t lane, uint8_t mask) {
+        const __m512i masked = _mm512_and_si512(taken, _mm512_set1_epi8(static_cast<char>(mask)));
+        return _mm512_mask_mov_epi8(taken, __mmask64{1} << lane, masked);
+    }
+
+    const OwnByteShift shift;
+    const uint8_t head;
+    const uint8_t tail;
+};
+
+void copyBits(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
+              ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows) {
+    const BitRows bits(bitSrc, bitDst, count);
+    if (bits.bytes <= 64) {
+        const BitRows::Step step = bits.stepAt(0);
+        for (ptrdiff_t row = 0; row < rows; ++row)
+            bits.take(step, src + row * stepSrc, dst + row * stepDst);
+        return;
+    }
+    for (ptrdiff_t row = 0; row < rows; ++row)
+        for (ptrdiff_t first = 0; first < bits.bytes; first += 64)
+            bits.take(bits.stepAt(first), src + row * stepSrc, dst + row * stepDst);
+}
+
+#else
 
 // Rows that start at the same bits of their bytes: masks and shifts are made once for all of them.
 void copyBits(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
@@ -47,6 +138,8 @@ void copyBits(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int
     else
         eachRow([=](const char* at, char* to) { ownShiftBytes(at, shift, to, bytes); });
 }
+
+#endif
 
 template <class T>
 void copyStrided(const char* src, ptrdiff_t stepSrc, char* dst, ptrdiff_t stepDst,
