@@ -149,7 +149,7 @@ void addNorms() {
          {DAX_NORM_SUM_REL, "sum-rel"},
          {DAX_NORM_L2_REL, "l2-rel"}}};
     for (const auto& [type, name] : types) {
-        const auto norm = [type](Images& i) {
+        const auto norm = [type = type](Images& i) {
             volatile double result = daxNorm(i[0], i.count() > 1 ? i[1] : nullptr, type);
             static_cast<void>(result);
         };

@@ -138,7 +138,9 @@ Pixel convert(Way way, int32_t depth, const Pixel& from) {
 }
 
 int64_t grayOf(int32_t srcDepth, int32_t dstDepth, bool planes, const Pixel& rgb) {
-    const auto [r, g, b] = rgb;
+    const int64_t r = rgb[0];
+    const int64_t g = rgb[1];
+    const int64_t b = rgb[2];
     const int64_t sum = 54 * r + 183 * g + 18 * b;
     const auto wide = [&](int32_t by) {
         return (r >> by) * 109 + (g >> by) * 366 + (b >> by) * 37;

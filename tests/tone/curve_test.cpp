@@ -313,7 +313,7 @@ TEST(Curves, WhatCantBeHad) {
     for (const bool equalizes : {false, true}) {
         const auto operation = equalizes ? daxHistoEqualize : daxContrastStretch;
         const std::string name = equalizes ? "daxHistoEqualize" : "daxContrastStretch";
-        for (const size_t tiled : {0, 1}) {
+        for (const size_t tiled : {size_t{0}, size_t{1}}) {
             kit::TileLog log;
             log.failRequest = 2;
             Luts luts(std::vector<Lut>{Lut({0, 256}, {5, 5})});
