@@ -20,16 +20,15 @@ constexpr size_t ownWideBytes = 16;
 
 typedef double OwnWide __attribute__((vector_size(ownWideBytes)));
 
-// As many numbers as one has, in memory at any address that suits one of them.
-template <class V> struct OwnInMemory { typedef V type __attribute__((aligned(4), may_alias)); };
-
-// By reference: vectors wider than a register can't go by value.
-template <class V, class T> OWN_INLINE const typename OwnInMemory<V>::type& ownLoad(const T* from) {
-    return *reinterpret_cast<const typename OwnInMemory<V>::type*>(from);
+// As many numbers as one has, in memory at any address.
+template <class V, class T> OWN_INLINE V ownLoad(const T* from) {
+    V value;
+    __builtin_memcpy(&value, from, sizeof(value));
+    return value;
 }
 
 template <class V, class T> OWN_INLINE void ownStore(T* to, const V& value) {
-    *reinterpret_cast<typename OwnInMemory<V>::type*>(to) = value;
+    __builtin_memcpy(to, &value, sizeof(value));
 }
 
 typedef float OwnFloat4 __attribute__((vector_size(16)));
