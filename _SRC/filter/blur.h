@@ -15,6 +15,9 @@ struct OwnBlurScale {
     float single;
 };
 
+// For windows of so many pixels.
+OwnBlurScale ownBlurScale(int64_t count);
+
 // Samples lie side by side. Columns are 32-bit integers, or floats for samples of 32 bits.
 struct OwnBlurRows {
     // columns[i] += row[i]

@@ -18,6 +18,9 @@ struct OwnBlurQuotient {
     int32_t shift;
 };
 
+// For windows of so many pixels of 8U.
+OwnBlurQuotient ownBlurQuotient(int64_t count);
+
 // Rows of words have ownBlurWordsBefore words before them and ownBlurWordsAfter after them, of
 // which the kernels use nothing but read some; the last word before a row is 0. Rows of sums are a
 // whole number of blocks long, and stand in an order of the kernels' own.

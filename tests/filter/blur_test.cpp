@@ -1,5 +1,7 @@
 // daxBlur against a plain model: running sums, as they are defined, and the walk of tiles.
 
+#include "filter/blur.h"
+#include "filter/blur_words.h"
 #include "filter/window.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
@@ -170,6 +172,32 @@ TEST(Blur, TruncatesTheExactProduct) {
                     }
             }
         }
+}
+
+// Where means are taken in words or in single precision, they are those of the exact product, for
+// all counts of pixels: in words all sums, in single precision those next to multiples.
+TEST(Blur, ShortProductsAreTheExactOnes) {
+    int32_t inWords = 0;
+    for (int32_t count = 2; count < 30000; ++count) {
+        const OwnBlurScale scale = ownBlurScale(count);
+        EXPECT_EQ(scale.scale, static_cast<double>(1.0f / static_cast<float>(count)));
+        const OwnBlurQuotient by = ownBlurQuotient(count);
+        int32_t wrong = 0;
+        inWords += by.factor != 0 ? 1 : 0;
+        for (int32_t sum = 0; by.factor != 0 && sum <= 255 * count; ++sum) {
+            const int32_t moved = std::max(sum + by.up - by.down, 0);
+            const auto mean = static_cast<int32_t>(static_cast<uint32_t>(moved) * by.factor >> 16);
+            wrong += sum + by.up > UINT16_MAX ||
+                     mean >> by.shift != static_cast<int32_t>(sum * scale.scale);
+        }
+        for (int32_t k = -128; scale.single != 0 && k <= 255; ++k)
+            for (int32_t sum = k * count - 1; sum <= k * count + 1; ++sum)
+                wrong += static_cast<int32_t>(static_cast<float>(sum) * scale.single) !=
+                         static_cast<int32_t>(sum * scale.scale);
+        ASSERT_EQ(wrong, 0) << count;
+    }
+    EXPECT_GT(inWords, 250);
+    EXPECT_EQ(ownBlurQuotient(258).factor, 0);
 }
 
 TEST(Blur, LongRows) {
