@@ -303,4 +303,28 @@ TEST(Norm, Reports) {
         EXPECT_EQ(call(good, nullptr, type), Lines());
 }
 
+// The status is read where the type has been reported, and nowhere else: one from earlier stops
+// nothing, and where a reporter clears it the images are reported on as well.
+TEST(Norm, TheStatusAfterAnUnknownType) {
+    kit::Reports reports;
+    Image ones({.width = 3});
+    for (int32_t x = 0; x < 3; ++x) ones.set(x, 0, 1, 1);
+    daxSetErrStatus(DAX_StatusInternalError);
+    EXPECT_EQ(daxNorm(ones, nullptr, DAX_NORM_SUM), 3.0);
+    EXPECT_EQ(daxGetErrStatus(), DAX_StatusInternalError);
+
+    static Lines texts;
+    texts.clear();
+    daxRedirectError([](DaxStatus status, const char*, const char* context, const char*, int32_t) {
+        daxSetErrStatus(DAX_StatusNoError);
+        texts.emplace_back(context);
+        return status;
+    });
+    EXPECT_EQ(daxNorm(ones, nullptr, 3), 0.0);
+    EXPECT_EQ(texts, Lines{"normType unknown"});
+    EXPECT_EQ(daxNorm(nullptr, nullptr, 3), 0.0);
+    EXPECT_EQ(texts.size(), 3u);
+    EXPECT_EQ(texts.back().substr(0, 20), "Image header is null");
+}
+
 } // namespace
