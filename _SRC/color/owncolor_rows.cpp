@@ -233,9 +233,13 @@ void model(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t count) {
 }
 
 // Three of 8 bits stay in 16.
+uint16_t byteLuma(int32_t r, int32_t g, int32_t b) {
+    return static_cast<uint16_t>(54 * r + 183 * g + 18 * b);
+}
+
 template <class T> auto luma(T r, T g, T b) {
     if constexpr (sizeof(T) == 1)
-        return static_cast<uint16_t>(54 * r + 183 * g + 18 * b);
+        return byteLuma(r, g, b);
     else
         return 54u * r + 183u * g + 18u * b;
 }
@@ -296,6 +300,120 @@ template <class T, class Dst> void gray(const OwnThirds& colour, char* dst, ptrd
     grayBy<T, Dst, ToGray<T, Dst>>(colour, dst, count);
 }
 
+#if defined(__AVX512BW__)
+
+// In planes, whole groups of 64 pixels. The weight of green is more than a signed byte holds, so
+// green has a share of it beside red and one beside blue.
+ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
+    const __m512i besideRed = _mm512_set1_epi16(54 | 73 << 8);
+    const __m512i besideBlue = _mm512_set1_epi16(18 | 110 << 8);
+    const auto halved = [&](__m512i rg, __m512i bg) {
+        return _mm512_srli_epi16(_mm512_add_epi16(_mm512_maddubs_epi16(rg, besideRed),
+                                                  _mm512_maddubs_epi16(bg, besideBlue)),
+                                 8);
+    };
+    ptrdiff_t done = 0;
+    for (; done + 64 <= count; done += 64) {
+        const __m512i r = _mm512_loadu_si512(planes.at[0] + done);
+        const __m512i g = _mm512_loadu_si512(planes.at[1] + done);
+        const __m512i b = _mm512_loadu_si512(planes.at[2] + done);
+        const __m512i low = halved(_mm512_unpacklo_epi8(r, g), _mm512_unpacklo_epi8(b, g));
+        const __m512i high = halved(_mm512_unpackhi_epi8(r, g), _mm512_unpackhi_epi8(b, g));
+        _mm512_storeu_si512(dst + done, _mm512_packus_epi16(low, high));
+    }
+    return done;
+}
+
+#else
+
+// In planes, pairs of pixels: two bytes in a word take no widening and narrowing.
+ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
+    const auto* r = ownLanes<uint16_t>(planes.at[0]);
+    const auto* g = ownLanes<uint16_t>(planes.at[1]);
+    const auto* b = ownLanes<uint16_t>(planes.at[2]);
+    auto* z = ownLanes<uint16_t>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count / 2; ++i) {
+        const uint16_t low = byteLuma(r[i] & 0xFF, g[i] & 0xFF, b[i] & 0xFF);
+        const uint16_t high = byteLuma(r[i] >> 8, g[i] >> 8, b[i] >> 8);
+        z[i] = static_cast<uint16_t>(low >> 8 | (high & 0xFF00));
+    }
+    return count & ~ptrdiff_t{1};
+}
+
+#endif
+
+#if defined(__AVX512BW__)
+
+// An order of 64 bytes.
+struct Order {
+    alignas(64) int8_t from[64];
+    __m512i get() const { return _mm512_load_si512(from); }
+};
+
+// Sixteen pixels as words of four bytes, with their middle channel twice.
+constexpr Order quadsOf(int32_t step) {
+    Order order = {};
+    for (int32_t i = 0; i < 64; ++i)
+        order.from[i] = static_cast<int8_t>(i / 4 * step + (i % 4 == 3 ? 1 : i % 4));
+    return order;
+}
+
+// Grays of 64 pixels from where grayPixels() has them.
+constexpr Order grayOrder() {
+    Order order = {};
+    for (int32_t i = 0; i < 64; ++i)
+        order.from[i] = static_cast<int8_t>(i % 16 / 4 * 16 + i % 4 * 2 + i % 32 / 16 * 8 + i / 32);
+    return order;
+}
+
+// Whole groups of 64 pixels; returns how many pixels these are. The weight of green is more than a
+// signed byte holds, so green comes twice. Channels apart in words of 16 bits go at a third of the
+// speed.
+__attribute__((target("avx512vbmi,avx512vnni"))) ptrdiff_t grayPixels(const OwnThirds& colour,
+                                                                      char* dst, ptrdiff_t count) {
+    static constexpr Order threes = quadsOf(3);
+    static constexpr Order fours = quadsOf(4);
+    static constexpr Order back = grayOrder();
+    const bool three = colour.step == 3;
+    const bool forward = colour.at[0] < colour.at[2];
+    const char* src = forward ? colour.at[0] : colour.at[2];
+    const __m512i spread = three ? threes.get() : fours.get();
+    const __m512i order = back.get();
+    const __m512i weights = _mm512_set1_epi32(forward ? 54 | 91 << 8 | 18 << 16 | 92 << 24
+                                                      : 18 | 91 << 8 | 54 << 16 | 92 << 24);
+    const auto used = static_cast<__mmask16>(three ? 0x0FFF : 0xFFFF);
+    const ptrdiff_t group = 16 * colour.step;
+    ptrdiff_t done = 0;
+    for (; done + 64 <= count; done += 64, src += 4 * group) {
+        __m512i sums[4];
+        for (ptrdiff_t k = 0; k < 4; ++k) {
+            const __m512i pixels = _mm512_maskz_loadu_epi32(used, src + k * group);
+            sums[k] = _mm512_dpbusd_epi32(_mm512_setzero_si512(),
+                                          _mm512_permutexvar_epi8(spread, pixels), weights);
+        }
+        const __m512i first = _mm512_packus_epi32(sums[0], sums[1]);
+        const __m512i second = _mm512_packus_epi32(sums[2], sums[3]);
+        const __m512i grays =
+            _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, _mm512_srli_epi16(first, 8), second);
+        _mm512_storeu_si512(dst + done, _mm512_permutexvar_epi8(order, grays));
+    }
+    return done;
+}
+
+#endif
+
+void grayBytes(const OwnThirds& colour, char* dst, ptrdiff_t count) {
+    ptrdiff_t done = 0;
+    if (colour.step == 1) done = grayPlanes(colour, dst, count);
+#if defined(__AVX512BW__)
+    if ((colour.step == 3 || colour.step == 4) && __builtin_cpu_supports("avx512vbmi") &&
+        __builtin_cpu_supports("avx512vnni"))
+        done = grayPixels(colour, dst, count);
+#endif
+    gray<uint8_t, uint8_t>(ownThirdsFrom(colour, done), dst + done, count - done);
+}
+
 template <class T> void grayBits(const OwnThirds& colour, char* dst, ptrdiff_t count) {
     OwnThirdsRead<T> in;
     char tops[ownThirdsBlock];
@@ -315,8 +433,21 @@ void tintBlock(const char* src, char* dst, ptrdiff_t count, const OwnGrayWeights
     // Only the lower 16 bits of a weight reach the result.
     const auto weight = static_cast<uint16_t>(weights.fixed[k]);
     const double exact = weights.exact[k];
+    ptrdiff_t done = 0;
+    if constexpr (sizeof(T) == 1) {
+        // Two bytes in a word, which takes no widening and narrowing.
+        const auto* two = ownLanes<uint16_t>(src);
+        auto* to = ownLanes<uint16_t>(dst);
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = 0; i < count / 2; ++i) {
+            const auto low = static_cast<uint16_t>((two[i] & 0xFF) * weight);
+            const auto high = static_cast<uint16_t>((two[i] >> 8) * weight);
+            to[i] = static_cast<uint16_t>(low >> 8 | (high & 0xFF00));
+        }
+        done = count & ~ptrdiff_t{1};
+    }
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i) {
+    for (ptrdiff_t i = done; i < count; ++i) {
         if constexpr (sizeof(T) == 1)
             z[i] = static_cast<T>(static_cast<uint16_t>(x[i] * weight) >> 8);
         else if constexpr (sizeof(T) == 2)
@@ -337,6 +468,75 @@ void tint(const char* gray, const OwnThirds& colour, ptrdiff_t count,
                          k);
         out.end(colour, first, n);
     });
+}
+
+#if defined(__AVX512BW__)
+
+// Where the 192 bytes of 64 pixels have their gray: each byte's in the upper half of a word, for
+// those at even places, and in the lower half, for those at odd ones.
+struct TintOrder {
+    Order even[3] = {};
+    Order odd[3] = {};
+    constexpr TintOrder() {
+        for (int32_t at = 0; at < 192; ++at) {
+            const auto gray = static_cast<int8_t>(at / 3);
+            if (at % 2 == 0)
+                even[at / 64].from[at % 64 + 1] = gray;
+            else
+                odd[at / 64].from[at % 64 - 1] = gray;
+        }
+    }
+};
+
+// Whole groups of 64 pixels; returns how many pixels these are. Tinted apart and joined they go at
+// half the speed.
+__attribute__((target("avx512vbmi"))) ptrdiff_t tintPixels(const char* gray,
+                                                           const OwnThirds& colour, ptrdiff_t count,
+                                                           const OwnGrayWeights& weights) {
+    static constexpr TintOrder order;
+    const bool forward = colour.at[0] < colour.at[2];
+    char* dst = forward ? colour.at[0] : colour.at[2];
+    __m512i even[3], odd[3], evenWeights[3], oddWeights[3];
+    for (int32_t j = 0; j < 3; ++j) {
+        alignas(64) uint16_t evens[32];
+        alignas(64) uint16_t odds[32];
+        const auto weight = [&](int32_t at) {
+            return static_cast<uint16_t>(weights.fixed[forward ? at % 3 : 2 - at % 3]);
+        };
+        for (int32_t i = 0; i < 32; ++i) {
+            evens[i] = weight(64 * j + 2 * i);
+            odds[i] = weight(64 * j + 2 * i + 1);
+        }
+        even[j] = order.even[j].get();
+        odd[j] = order.odd[j].get();
+        evenWeights[j] = _mm512_load_si512(evens);
+        oddWeights[j] = _mm512_load_si512(odds);
+    }
+    ptrdiff_t done = 0;
+    for (; done + 64 <= count; done += 64, dst += 192) {
+        const __m512i x = _mm512_loadu_si512(gray + done);
+        for (int32_t j = 0; j < 3; ++j) {
+            const __m512i upper = _mm512_maskz_permutexvar_epi8(0xAAAAAAAAAAAAAAAA, even[j], x);
+            const __m512i lower = _mm512_maskz_permutexvar_epi8(0x5555555555555555, odd[j], x);
+            const __m512i tinted = _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA,
+                                                          _mm512_mulhi_epu16(upper, evenWeights[j]),
+                                                          _mm512_mullo_epi16(lower, oddWeights[j]));
+            _mm512_storeu_si512(dst + 64 * j, tinted);
+        }
+    }
+    return done;
+}
+
+#endif
+
+void tintBytes(const char* gray, const OwnThirds& colour, ptrdiff_t count,
+               const OwnGrayWeights& weights) {
+    ptrdiff_t done = 0;
+#if defined(__AVX512BW__)
+    if (colour.step == 3 && __builtin_cpu_supports("avx512vbmi"))
+        done = tintPixels(gray, colour, count, weights);
+#endif
+    tint<uint8_t>(gray + done, ownThirdsFrom(colour, done), count - done, weights);
 }
 
 void tintBits(const char* bits, const OwnThirds& colour, ptrdiff_t count,
@@ -360,11 +560,11 @@ constexpr OwnColorTable table = {
     {model<uint8_t, FromHsv>, model<uint16_t, FromHsv>, model<int32_t, FromHsv>},
     {model<uint8_t, ToHls>, model<uint16_t, ToHls>, model<int32_t, ToHls>},
     {model<uint8_t, FromHls>, model<uint16_t, FromHls>, model<int32_t, FromHls>},
-    {{gray<uint8_t, uint8_t>, gray<uint8_t, uint16_t>, grayBits<uint8_t>},
+    {{grayBytes, gray<uint8_t, uint16_t>, grayBits<uint8_t>},
      {gray<uint16_t, uint8_t>, gray<uint16_t, uint16_t>, grayBits<uint16_t>},
      {gray<int32_t, uint8_t>, gray<int32_t, uint16_t>, grayBits<int32_t>}},
     grayBy<uint16_t, uint8_t, PlanesToGray>,
-    {tint<uint8_t>, tint<uint16_t>, tint<int32_t>},
+    {tintBytes, tint<uint16_t>, tint<int32_t>},
     tintBits,
 };
 

@@ -67,29 +67,64 @@ private:
     Levels levels;
 };
 
-// Shares of the error go to samples that wrap. What a sample of the next row gets from its three
-// neighbours above is gathered and added once.
+// One row of a diffusion on its way to the right. Shares of the error go to samples that wrap; what
+// a sample of the next row gets from its three neighbours above is gathered and added once.
+template <class T> class DiffusedRow {
+public:
+    DiffusedRow(const Channel<T>& channel, ptrdiff_t y)
+        : at(channel.row(y)), step(channel.step), last(y + 1 == channel.height),
+          next(last ? at : channel.row(y + 1)) {}
+
+    void take(const Quantiser<T>& quantiser, ptrdiff_t x) {
+        const Chosen is = quantiser(static_cast<T>(*at + right));
+        *at = static_cast<T>(is.level);
+        at += step;
+        right = 7 * is.error >> 4;
+        if (last) return;
+        if (x > 0) add(below + (3 * is.error >> 4));
+        below = (5 * is.error >> 4) + belowRight;
+        belowRight = is.error >> 4;
+    }
+    void end() {
+        if (!last) add(below);
+    }
+
+private:
+    void add(int32_t share) {
+        *next = static_cast<T>(*next + share);
+        next += step;
+    }
+
+    OwnLaneOf<T>* at;
+    ptrdiff_t step;
+    bool last;
+    OwnLaneOf<T>* next;
+    int32_t right = 0;
+    int32_t below = 0;      // for the sample below the one before
+    int32_t belowRight = 0; // from the sample before
+};
+
+// A sample waits for the one before it, so two rows go side by side, the lower one a sample behind:
+// by then it has all that comes from above. That takes two thirds of the time.
 template <class T> void floydSteinberg(const Channel<T>& channel, const Levels& levels) {
     const Quantiser<T> quantiser(levels);
-    const ptrdiff_t step = channel.step;
-    for (ptrdiff_t y = 0; y < channel.height; ++y) {
-        auto* row = channel.row(y);
-        const bool last = y + 1 == channel.height;
-        auto* next = last ? row : channel.row(y + 1);
-        int32_t right = 0;
-        int32_t below = 0;      // for the sample below
-        int32_t belowRight = 0; // from the sample before
-        for (ptrdiff_t x = 0; x < channel.width; ++x, row += step, next += step) {
-            const Chosen is = quantiser(static_cast<T>(*row + right));
-            *row = static_cast<T>(is.level);
-            right = 7 * is.error >> 4;
-            if (last) continue;
-            if (x > 0) next[-step] = static_cast<T>(next[-step] + below + (3 * is.error >> 4));
-            below = (5 * is.error >> 4) + belowRight;
-            belowRight = is.error >> 4;
+    ptrdiff_t y = 0;
+    for (; y + 1 < channel.height; y += 2) {
+        DiffusedRow<T> upper(channel, y);
+        DiffusedRow<T> lower(channel, y + 1);
+        upper.take(quantiser, 0);
+        for (ptrdiff_t x = 1; x < channel.width; ++x) {
+            upper.take(quantiser, x);
+            lower.take(quantiser, x - 1);
         }
-        if (!last) next[-step] = static_cast<T>(next[-step] + below);
+        upper.end();
+        lower.take(quantiser, channel.width - 1);
+        lower.end();
     }
+    if (y == channel.height) return;
+    DiffusedRow<T> row(channel, y);
+    for (ptrdiff_t x = 0; x < channel.width; ++x) row.take(quantiser, x);
+    row.end();
 }
 
 constexpr int32_t weightCount = 12;

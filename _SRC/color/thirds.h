@@ -14,6 +14,12 @@ namespace {
 
 constexpr ptrdiff_t ownThirdsBlock = 512; // pixels
 
+// The pixels from one on.
+inline OwnThirds ownThirdsFrom(OwnThirds thirds, ptrdiff_t first) {
+    for (char*& at : thirds.at) at += first * thirds.step;
+    return thirds;
+}
+
 #if defined(__AVX512BW__)
 // A group of 48 bytes lies as four lanes of 12 bytes, each of which has three words of one channel.
 template <ptrdiff_t size> struct OwnThirdsOrder {
