@@ -122,16 +122,10 @@ ptrdiff_t twistPlanes(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t coun
     return done;
 }
 
-// An order of 64 bytes.
-struct TwistOrder {
-    alignas(64) int8_t from[64] = {};
-    __m512i get() const { return _mm512_load_si512(from); }
-};
-
 // Bytes of 16 pixels, and words of 8, to and from the words of 32 bits that results are made of.
 struct TwistOrders {
-    TwistOrder pairs8, thirds8, back8;
-    TwistOrder pairs16, thirds16, back16[2], backThirds16[2];
+    OwnByteOrder pairs8, thirds8, back8;
+    OwnByteOrder pairs16, thirds16, back16[2], backThirds16[2];
     constexpr TwistOrders() {
         for (int32_t i = 0; i < 16; ++i) {
             for (int32_t k = 0; k < 2; ++k) pairs8.from[4 * i + 2 * k] = place(3 * i + k);
@@ -147,7 +141,7 @@ struct TwistOrders {
         for (int32_t i = 0; i < 16; ++i)
             for (int32_t byte = 0; byte < 6; ++byte) {
                 const int32_t lane = i / 4 * 16 + i % 4 * 2 + byte % 2;
-                TwistOrder& to = byte < 4 ? back16[i / 8] : backThirds16[i / 8];
+                OwnByteOrder& to = byte < 4 ? back16[i / 8] : backThirds16[i / 8];
                 to.from[i % 8 * 6 + byte] = place(lane + (byte / 2 == 1 ? 8 : 0));
             }
     }

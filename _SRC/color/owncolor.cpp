@@ -5,6 +5,7 @@
 #include "frame/header.h"
 #include "frame/ownrect.h"
 
+#include <cmath>
 #include <cstring>
 
 OwnColorArea ownPlainArea(const DaxImage* image) {
@@ -245,7 +246,8 @@ OwnGrayWeights weightsFor(int32_t depth, const float (&fracts)[3]) {
         weights.fixed[k] = static_cast<uint32_t>(weight);
         if (depth == DAX_DEPTH_16U) weights.fixed[k] &= 0xFFFF;
         weights.exact[k] = double{fracts[k]};
-        none = none && (depth == DAX_DEPTH_32S ? weight == 0 : weights.fixed[k] == 0);
+        none = none && (depth == DAX_DEPTH_32S ? fabs(double{fracts[k]} * one) < 1.0
+                                               : weights.fixed[k] == 0);
     }
     if (!none) return weights;
     if (depth == DAX_DEPTH_16U) return {{109, 366, 37}, 9, {}};

@@ -233,13 +233,9 @@ void model(const OwnThirds& src, const OwnThirds& dst, ptrdiff_t count) {
 }
 
 // Three of 8 bits stay in 16.
-uint16_t byteLuma(int32_t r, int32_t g, int32_t b) {
-    return static_cast<uint16_t>(54 * r + 183 * g + 18 * b);
-}
-
 template <class T> auto luma(T r, T g, T b) {
     if constexpr (sizeof(T) == 1)
-        return byteLuma(r, g, b);
+        return static_cast<uint16_t>(54 * r + 183 * g + 18 * b);
     else
         return 54u * r + 183u * g + 18u * b;
 }
@@ -302,8 +298,9 @@ template <class T, class Dst> void gray(const OwnThirds& colour, char* dst, ptrd
 
 #if defined(__AVX512BW__)
 
-// In planes, whole groups of 64 pixels. The weight of green is more than a signed byte holds, so
-// green has a share of it beside red and one beside blue.
+// These two go over whole groups of 64 pixels and return how many pixels that is. The weight of
+// green is more than a signed byte holds, so green comes twice, with two shares of it. Weighted one
+// by one in words of 16 bits, planes take twice as long, and pixels three times.
 ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
     const __m512i besideRed = _mm512_set1_epi16(54 | 73 << 8);
     const __m512i besideBlue = _mm512_set1_epi16(18 | 110 << 8);
@@ -324,57 +321,27 @@ ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
     return done;
 }
 
-#else
-
-// In planes, pairs of pixels: two bytes in a word take no widening and narrowing.
-ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
-    const auto* r = ownLanes<uint16_t>(planes.at[0]);
-    const auto* g = ownLanes<uint16_t>(planes.at[1]);
-    const auto* b = ownLanes<uint16_t>(planes.at[2]);
-    auto* z = ownLanes<uint16_t>(dst);
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count / 2; ++i) {
-        const uint16_t low = byteLuma(r[i] & 0xFF, g[i] & 0xFF, b[i] & 0xFF);
-        const uint16_t high = byteLuma(r[i] >> 8, g[i] >> 8, b[i] >> 8);
-        z[i] = static_cast<uint16_t>(low >> 8 | (high & 0xFF00));
-    }
-    return count & ~ptrdiff_t{1};
-}
-
-#endif
-
-#if defined(__AVX512BW__)
-
-// An order of 64 bytes.
-struct Order {
-    alignas(64) int8_t from[64];
-    __m512i get() const { return _mm512_load_si512(from); }
-};
-
 // Sixteen pixels as words of four bytes, with their middle channel twice.
-constexpr Order quadsOf(int32_t step) {
-    Order order = {};
+constexpr OwnByteOrder quadsOf(int32_t step) {
+    OwnByteOrder order = {};
     for (int32_t i = 0; i < 64; ++i)
         order.from[i] = static_cast<int8_t>(i / 4 * step + (i % 4 == 3 ? 1 : i % 4));
     return order;
 }
 
 // Grays of 64 pixels from where grayPixels() has them.
-constexpr Order grayOrder() {
-    Order order = {};
+constexpr OwnByteOrder grayOrder() {
+    OwnByteOrder order = {};
     for (int32_t i = 0; i < 64; ++i)
         order.from[i] = static_cast<int8_t>(i % 16 / 4 * 16 + i % 4 * 2 + i % 32 / 16 * 8 + i / 32);
     return order;
 }
 
-// Whole groups of 64 pixels; returns how many pixels these are. The weight of green is more than a
-// signed byte holds, so green comes twice. Channels apart in words of 16 bits go at a third of the
-// speed.
 __attribute__((target("avx512vbmi,avx512vnni"))) ptrdiff_t grayPixels(const OwnThirds& colour,
                                                                       char* dst, ptrdiff_t count) {
-    static constexpr Order threes = quadsOf(3);
-    static constexpr Order fours = quadsOf(4);
-    static constexpr Order back = grayOrder();
+    static constexpr OwnByteOrder threes = quadsOf(3);
+    static constexpr OwnByteOrder fours = quadsOf(4);
+    static constexpr OwnByteOrder back = grayOrder();
     const bool three = colour.step == 3;
     const bool forward = colour.at[0] < colour.at[2];
     const char* src = forward ? colour.at[0] : colour.at[2];
@@ -405,10 +372,11 @@ __attribute__((target("avx512vbmi,avx512vnni"))) ptrdiff_t grayPixels(const OwnT
 
 void grayBytes(const OwnThirds& colour, char* dst, ptrdiff_t count) {
     ptrdiff_t done = 0;
-    if (colour.step == 1) done = grayPlanes(colour, dst, count);
 #if defined(__AVX512BW__)
-    if ((colour.step == 3 || colour.step == 4) && __builtin_cpu_supports("avx512vbmi") &&
-        __builtin_cpu_supports("avx512vnni"))
+    if (colour.step == 1)
+        done = grayPlanes(colour, dst, count);
+    else if ((colour.step == 3 || colour.step == 4) && __builtin_cpu_supports("avx512vbmi") &&
+             __builtin_cpu_supports("avx512vnni"))
         done = grayPixels(colour, dst, count);
 #endif
     gray<uint8_t, uint8_t>(ownThirdsFrom(colour, done), dst + done, count - done);
@@ -475,8 +443,7 @@ void tint(const char* gray, const OwnThirds& colour, ptrdiff_t count,
 // Where the 192 bytes of 64 pixels have their gray: each byte's in the upper half of a word, for
 // those at even places, and in the lower half, for those at odd ones.
 struct TintOrder {
-    Order even[3] = {};
-    Order odd[3] = {};
+    OwnByteOrder even[3], odd[3];
     constexpr TintOrder() {
         for (int32_t at = 0; at < 192; ++at) {
             const auto gray = static_cast<int8_t>(at / 3);
@@ -488,7 +455,7 @@ struct TintOrder {
     }
 };
 
-// Whole groups of 64 pixels; returns how many pixels these are. Tinted apart and joined they go at
+// Whole groups of 64 pixels; returns how many pixels that is. Tinted apart and joined they go at
 // half the speed.
 __attribute__((target("avx512vbmi"))) ptrdiff_t tintPixels(const char* gray,
                                                            const OwnThirds& colour, ptrdiff_t count,

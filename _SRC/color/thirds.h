@@ -21,6 +21,12 @@ inline OwnThirds ownThirdsFrom(OwnThirds thirds, ptrdiff_t first) {
 }
 
 #if defined(__AVX512BW__)
+// An order that bytes are brought into.
+struct OwnByteOrder {
+    alignas(64) int8_t from[64] = {};
+    __m512i get() const { return _mm512_load_si512(from); }
+};
+
 // A group of 48 bytes lies as four lanes of 12 bytes, each of which has three words of one channel.
 template <ptrdiff_t size> struct OwnThirdsOrder {
     alignas(64) int8_t apart[64] = {};

@@ -230,6 +230,19 @@ TEST(ColorGray, Tinted) {
     });
 }
 
+// Fractions that come to nothing give way to the usual ones; those beyond all integers do not.
+// integers, but they aren't small.
+TEST(ColorGray, TinyAndHugeFractions) {
+    Image src({.depth = DAX_DEPTH_32S});
+    Image dst({.depth = DAX_DEPTH_32S, .channels = 3});
+    name(dst, "RGB", "RGB");
+    src.set(0, 0, 1, 0x40000000);
+    daxGrayToColor(src, dst, 1e20f, 0.0f, 0.0f, nullptr);
+    EXPECT_EQ(pixelAt(dst, 0, 0), (Pixel{0, 0, 0}));
+    daxGrayToColor(src, dst, 0.00003f, -0.00003f, 0.0f, nullptr);
+    EXPECT_EQ(pixelAt(dst, 0, 0), (Pixel{228353744, 767897216, 77490872}));
+}
+
 TEST(ColorGray, WhiteIsNotQuiteWhite) {
     Image src({.channels = 3});
     for (int32_t c = 1; c <= 3; ++c) src.set(0, 0, c, 255);
