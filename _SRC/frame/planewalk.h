@@ -14,9 +14,9 @@
 inline constexpr const char* ownReadFailure = "Error get tile to read";
 inline constexpr const char* ownWriteFailure = "Error get tile to write";
 
-// Past the end of the numbers a place is as far outside as at their end.
-inline int32_t ownMovedPlace(int32_t offset, int32_t by) {
-    return by > INT32_MAX - offset ? INT32_MAX : offset + by;
+// A place that leaves the numbers is as far outside as their end.
+constexpr int32_t ownPlace(int64_t at) {
+    return at > INT32_MAX ? INT32_MAX : at < INT32_MIN ? INT32_MIN : static_cast<int32_t>(at);
 }
 
 // Which tiles of an image a walk asks for, and how.
@@ -25,6 +25,29 @@ struct OwnTileRequests {
     const char* failure;
     const int32_t* tilePos;
 };
+
+// Calls `work(x, y, tile header)` for the tiles of a span of a walk, with their shares of it, for
+// as long as it gives true. False when it doesn't, or after a report.
+template <class Work>
+bool ownEachTile(const OwnCall& call, DaxImage* tiled, const DaxTileWalk& walk,
+                 const OwnTileSpan& span, const OwnTileRequests& requests, Work work,
+                 int32_t line = __builtin_LINE()) {
+    OwnTile tile(tiled);
+    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
+        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
+            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, requests.mode)) {
+                call.report(DAX_StatusUnknownError, requests.failure, line);
+                return false;
+            }
+            const OwnTileShare x = ownTileShareX(walk, col);
+            const OwnTileShare y = ownTileShareY(walk, row);
+            OwnTileView view(tiled, tile.data(), x, y);
+            if (!work(x, y, &view.header)) return false;
+            tile.release();
+        }
+    }
+    return true;
+}
 
 // Goes over the tiles of one image: `work(tile header)`. False after a report; a walk in which
 // there is nothing to do is none.
@@ -35,20 +58,13 @@ bool ownWalkSelfTiled(const OwnCall& call, DaxImage* image, const OwnTileRequest
     OwnTileSpan span;
     if (ownTileWalkSelf(image, &walk) == 0 || !ownTileSpan(walk, requests.tilePos, &span))
         return true;
-    OwnTile tile(image);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, requests.mode)) {
-                call.report(DAX_StatusUnknownError, requests.failure, line);
-                return false;
-            }
-            OwnTileView view(image, tile.data(), ownTileShareX(walk, col),
-                             ownTileShareY(walk, row));
-            work(&view.header);
-            tile.release();
-        }
-    }
-    return true;
+    return ownEachTile(
+        call, image, walk, span, requests,
+        [&](const OwnTileShare&, const OwnTileShare&, DaxImage* tile) {
+            work(tile);
+            return true;
+        },
+        line);
 }
 
 // One of two images is tiled. The walk goes over its tiles, and the region of the other's own
@@ -66,23 +82,16 @@ void ownWalkOneTiled(const OwnCall& call, DaxImage* tiled, DaxImage* plain,
     DaxROI roi = {ownCoi(plain), plainX, plainY, walk.walkHeight, walk.walkWidth};
     plain->roi = &roi;
     if (!ownTileSpan(walk, requests.tilePos, &span)) return;
-    OwnTile tile(tiled);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            const OwnTileShare x = ownTileShareX(walk, col);
-            const OwnTileShare y = ownTileShareY(walk, row);
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, requests.mode)) {
-                call.report(DAX_StatusUnknownError, requests.failure, line);
-                return;
-            }
-            roi.xOffset = ownMovedPlace(plainX, x.before);
-            roi.yOffset = ownMovedPlace(plainY, y.before);
-            OwnTileView view(tiled, tile.data(), x, y);
-            work(&view.header, plain);
-            tile.release();
-        }
-    }
-    plain->roi = callersRoi;
+    if (ownEachTile(
+            call, tiled, walk, span, requests,
+            [&](const OwnTileShare& x, const OwnTileShare& y, DaxImage* tile) {
+                roi.xOffset = ownPlace(int64_t{plainX} + x.before);
+                roi.yOffset = ownPlace(int64_t{plainY} + y.before);
+                work(tile, plain);
+                return true;
+            },
+            line))
+        plain->roi = callersRoi;
 }
 
 // Both images are tiled. The walk goes over the destination's tiles, each with a copy of the
@@ -94,23 +103,16 @@ void ownWalkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImag
     DaxTileWalk walk;
     OwnTileSpan span;
     if (ownTileWalkOf(srcImage, dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
-    OwnTile tile(dstImage);
-    for (int32_t row = span.firstRow; row < span.endRow; ++row) {
-        for (int32_t col = span.firstCol; col < span.endCol; ++col) {
-            const OwnTileShare x = ownTileShareX(walk, col);
-            const OwnTileShare y = ownTileShareY(walk, row);
-            if (!tile.request(walk.firstTileCol + col, walk.firstTileRow + row, DAX_TILE_WRITE)) {
-                call.report(DAX_StatusUnknownError, ownWriteFailure, line);
-                return;
-            }
-            OwnTileView view(dstImage, tile.data(), x, y);
-            const DaxROI place = {ownCoi(srcImage), ownMovedPlace(ownRoiX(srcImage), x.before),
-                                  ownMovedPlace(ownRoiY(srcImage), y.before), y.size, x.size};
+    ownEachTile(
+        call, dstImage, walk, span, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
+        [&](const OwnTileShare& x, const OwnTileShare& y, DaxImage* tile) {
+            const DaxROI place = {ownCoi(srcImage), ownPlace(int64_t{ownRoiX(srcImage)} + x.before),
+                                  ownPlace(int64_t{ownRoiY(srcImage)} + y.before), y.size, x.size};
             int32_t step = 0;
             OwnBuffer<char> rectangle;
             rectangle.reset(ownBorderRect(srcImage, place.xOffset, place.yOffset, place.width,
                                           place.height, &step));
-            if (!rectangle || daxGetErrStatus() < 0) return;
+            if (!rectangle || daxGetErrStatus() < 0) return false;
             DaxROI rectangleRoi = {place.coi, 0, 0, place.height, place.width};
             DaxImage header = *srcImage;
             header.height = place.height;
@@ -119,10 +121,10 @@ void ownWalkBothTiled(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImag
             header.roi = &rectangleRoi;
             header.imageData = rectangle.get();
             ownDataLayout(&header, &header.widthStep, &header.dataSize);
-            work(&view.header, &header, place);
-            tile.release();
-        }
-    }
+            work(tile, &header, place);
+            return true;
+        },
+        line);
 }
 
 #endif

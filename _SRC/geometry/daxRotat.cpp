@@ -11,6 +11,7 @@
 #include "frame/memory.h"
 #include "frame/movers.h"
 #include "frame/planeview.h"
+#include "frame/planewalk.h"
 #include "geometry/blocks.h"
 #include "geometry/daxmirr.h"
 #include "geometry/nearest.h"
@@ -419,7 +420,7 @@ bool rotateFromCopy(DaxImage* srcImage, DaxImage* dstImage, const Rotation& rota
     OwnBuffer<char> rectangle;
     rectangle.reset(ownBorderRect(srcImage, left, top, header.width, header.height, &step));
     if (!rectangle || daxGetErrStatus() < 0) return false;
-    DaxROI roi = {ownCoi(srcImage), ownCoordinate(x0 - left), ownCoordinate(y0 - top), shareY.size,
+    DaxROI roi = {ownCoi(srcImage), ownPlace(x0 - left), ownPlace(y0 - top), shareY.size,
                   shareX.size};
     header.widthStep = step;
     header.tileInfo = nullptr;
@@ -442,10 +443,10 @@ void rotateToTiles(DaxImage* srcImage, DaxImage* dstImage, const Rotation& rotat
     const int32_t srcY = ownRoiY(srcImage);
     DaxROI roi = {ownCoi(srcImage), srcX, srcY, walk.walkHeight, walk.walkWidth};
     srcImage->roi = &roi;
-    ownEachTile(call, dstImage, walk, span,
+    ownEachTile(call, dstImage, walk, span, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
                 [&](const OwnTileShare& x, const OwnTileShare& y, DaxImage* tile) {
-                    roi.xOffset = ownCoordinate(int64_t{srcX} + x.before);
-                    roi.yOffset = ownCoordinate(int64_t{srcY} + y.before);
+                    roi.xOffset = ownPlace(int64_t{srcX} + x.before);
+                    roi.yOffset = ownPlace(int64_t{srcY} + y.before);
                     ownRotateBlock(srcImage, tile, rotation);
                     return true;
                 });
@@ -457,7 +458,7 @@ void rotateTilesToTiles(DaxImage* srcImage, DaxImage* dstImage, const Rotation& 
     DaxTileWalk walk;
     OwnTileSpan span;
     if (ownTileWalkOf(srcImage, dstImage, &walk) == 0 || !ownTileSpan(walk, tilePos, &span)) return;
-    ownEachTile(call, dstImage, walk, span,
+    ownEachTile(call, dstImage, walk, span, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
                 [&](const OwnTileShare& x, const OwnTileShare& y, DaxImage* tile) {
                     return rotateFromCopy(srcImage, tile, rotation, x, y);
                 });

@@ -10,6 +10,7 @@
 #include "frame/kernels.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
+#include "frame/planewalk.h"
 #include "geometry/blocks.h"
 #include "geometry/nearest.h"
 
@@ -458,8 +459,7 @@ Start startOf(int32_t srcOffset, const OwnTileShare& share, double step) {
     const int64_t at =
         int64_t{srcOffset} * (int64_t{1} << unitBits) + share.before * ownNearest(step * unit);
     const int64_t pixel = at >> unitBits;
-    return {ownCoordinate(pixel),
-            static_cast<double>(at) * (1 / unit) - static_cast<double>(pixel)};
+    return {ownPlace(pixel), static_cast<double>(at) * (1 / unit) - static_cast<double>(pixel)};
 }
 
 // What of the source one axis of a block needs: a rectangle's start and size, and where in it the
@@ -521,7 +521,7 @@ void zoomToTiles(DaxImage* srcImage, DaxImage* dstImage, const Scale& scale,
     srcImage->roi = &roi;
     if (!ownTileSpan(walk, tilePos, &span)) return;
     // The caller's region is put back at the end of the whole walk and not before.
-    if (ownEachTile(call, dstImage, walk, span,
+    if (ownEachTile(call, dstImage, walk, span, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
                     [&](const OwnTileShare& x, const OwnTileShare& y, const DaxImage* tile) {
                         const Start startX = startOf(srcX, x, scale.x);
                         const Start startY = startOf(srcY, y, scale.y);
@@ -540,7 +540,7 @@ void zoomTilesToTiles(DaxImage* srcImage, DaxImage* dstImage, const Scale& scale
     if (!ownZoomTileWalk(srcImage, dstImage, scale, &walk)) return;
     if (!ownTileSpan(walk, tilePos, &span)) return;
     if (tilePos != nullptr) span.firstRow = tilePos[1] - walk.firstTileRow;
-    ownEachTile(call, dstImage, walk, span,
+    ownEachTile(call, dstImage, walk, span, {DAX_TILE_WRITE, ownWriteFailure, tilePos},
                 [&](const OwnTileShare& x, const OwnTileShare& y, const DaxImage* tile) {
                     return zoomFromCopy(srcImage, tile, scale, x, y);
                 });

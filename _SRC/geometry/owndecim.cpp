@@ -36,6 +36,11 @@ struct Axis {
     int64_t place(int64_t k) const { return start + k * step - (isPlain(k) ? 0 : 1); }
     int64_t sample(int64_t k) const { return place(k) >> unitBits; }
     int32_t part(int64_t k) const { return static_cast<int32_t>(place(k) & 255); }
+    // The same places, counted from a sample.
+    Axis from(int64_t sample) const {
+        const int64_t by = sample << unitBits;
+        return {start - by, end - by, step, between};
+    }
 };
 
 // A range of the destination places of an axis.
@@ -304,7 +309,11 @@ private:
         OwnBuffer<char> block;
         Layout src = {};
         if (!ownDecimateAssembleTiles(tilesX, tilesY, &block, &src)) return false;
-        Worker(job, src, dst, bitDst, x, y).run({0, columns}, {0, rows});
+        // Places count from the block's corner, so a start on the boundary of its first tile is
+        // one at 0.
+        const Axis inX = x.from(int64_t{tilesX.first} * source->tileInfo->width);
+        const Axis inY = y.from(int64_t{tilesY.first} * source->tileInfo->height);
+        Worker(job, src, dst, bitDst, inX, inY).run({0, columns}, {0, rows});
         return true;
     }
 
@@ -334,8 +343,6 @@ private:
             return false;
         }
         layout->data = block->get();
-        layout->x = int64_t{x.first} * width;
-        layout->y = int64_t{y.first} * height;
 
         OwnTile tile(source);
         const int32_t endCol = isThere(&tile, x.last, y.first) ? x.last + 1 : x.last;

@@ -14,16 +14,13 @@ struct Factors {
     int64_t yStep() const { return int64_t{yL} * 256 / yU; }
 };
 
-// A plain source whose first sample has a place in the image. What lies beside a row is read where
-// it is in memory, and outside of memory the nearest sample.
+// A plain source. What lies beside a row is read where it is in memory, and outside of memory the
+// nearest sample.
 struct Source {
     const Image& image;
-    int32_t left, top;
 
     int64_t get(int64_t x, int64_t y, int32_t channel) const {
         const DaxImage* h = &image.header;
-        x -= left;
-        y -= top;
         const bool pixels = h->dataOrder == DAX_DATA_PIXEL;
         const int32_t bits = kit::bitsOf(h->depth);
         const int64_t index = pixels ? x * h->nChannels + channel - 1 : x;
@@ -231,15 +228,16 @@ bool decimateByModel(Trial& trial, const Factors& factors, int32_t interpolate) 
             int32_t top = 0;
             const std::optional<Image> block = assembled(trial, job, &left, &top);
             if (!block) return false;
+            // The kernel sees the block alone, and a start at its corner as one at 0.
+            job.x0 -= int64_t{left} * 256, job.xEnd -= int64_t{left} * 256;
+            job.y0 -= int64_t{top} * 256, job.yEnd -= int64_t{top} * 256;
             for (int32_t c = 0; c < count; ++c)
-                runKernel(job, {*block, left, top}, in + c,
-                          [&](int64_t y, int64_t x, int64_t value) {
-                              x += col.inTile;
-                              y += row.inTile;
-                              if (x < dst->width && y < dst->height)
-                                  dst.set(static_cast<int32_t>(x), static_cast<int32_t>(y), out + c,
-                                          value);
-                          });
+                runKernel(job, {*block}, in + c, [&](int64_t y, int64_t x, int64_t value) {
+                    x += col.inTile;
+                    y += row.inTile;
+                    if (x < dst->width && y < dst->height)
+                        dst.set(static_cast<int32_t>(x), static_cast<int32_t>(y), out + c, value);
+                });
         }
     return true;
 }
@@ -334,6 +332,26 @@ TEST(Decimate, TiledImages) {
         is.expectSame(expected);
         EXPECT_EQ(reports.take(), Lines());
     });
+}
+
+// A kernel sees the tiles that are put together and not the image: a start at the corner of the
+// first of them is a sample as it is, and elsewhere 1/256 of the sample before it counts.
+TEST(Decimate, StartsAtTheCornerOfATile) {
+    Image src({.width = 16, .height = 8, .roi = DaxROI{0, 8, 0, 8, 8}});
+    for (int32_t y = 0; y < 2; ++y)
+        for (int32_t x = 0; x < 16; ++x) src.set(x, y, 1, x == 8 ? 0 : x == 9 ? 144 : 255);
+    Image plain({.width = 4, .height = 2});
+    Image tiled = plain;
+    kit::TileLog log;
+    kit::Tiles tiles(src, 'A', 8, 8, log);
+    daxDecimate(src, plain, 2, 3, 1, 1, DAX_INTER_LINEAR, nullptr);
+    daxDecimate(tiles, tiled, 2, 3, 1, 1, DAX_INTER_LINEAR, nullptr);
+    for (int32_t y = 0; y < 2; ++y) {
+        EXPECT_EQ(tiled.get(0, y, 1), 0);
+        EXPECT_EQ(plain.get(0, y, 1), 1);
+        for (const Image* result : {&plain, &tiled})
+            EXPECT_EQ(result->get(1, y, 1), (((129 * 144 + 127 * 255) >> 7) + 1) >> 1);
+    }
 }
 
 TEST(Decimate, Failures) {
