@@ -258,7 +258,19 @@ Factors anyFactors(Random& random) {
 std::vector<Image> anyPair(Random& random) {
     for (;;) {
         std::vector<Image> images = resamplingPair(random, random.chance(10) ? 400 : 60);
-        if (!kit::isSigned(images[0]->depth)) return images;
+        if (kit::isSigned(images[0]->depth)) continue;
+        Shape shape = images[0].shape();
+        if (random.chance(60) || shape.channels != images[1]->nChannels) return images;
+        // A region that starts where a tile may start.
+        shape.width = random.in(24, 80);
+        shape.height = random.in(24, 50);
+        shape.roi = kit::anyRoi(random, shape.width, shape.height, 0);
+        shape.roi->xOffset = random.in(0, 2) * 8;
+        shape.roi->yOffset = random.in(0, 2) * 8;
+        std::vector<Image> pair;
+        pair.emplace_back(shape, random);
+        pair.push_back(images[1]);
+        return pair;
     }
 }
 
