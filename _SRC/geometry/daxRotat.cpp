@@ -58,28 +58,40 @@ Mapping mappingOf(const Rotation& rotation) {
 struct Stretch {
     ptrdiff_t begin;
     ptrdiff_t end;
+
+    ptrdiff_t size() const { return end - begin; }
 };
 
-template <class Test> ptrdiff_t firstThat(ptrdiff_t begin, ptrdiff_t end, Test test) {
-    while (begin < end) {
-        const ptrdiff_t middle = begin + (end - begin) / 2;
-        if (test(middle))
-            end = middle;
-        else
-            begin = middle + 1;
-    }
-    return begin;
+// The first place of a stretch from which on a test holds. `guess` is where the places' arithmetic
+// puts it, which may be a place off.
+template <class Test> ptrdiff_t firstThat(const Stretch& in, double guess, Test test) {
+    ptrdiff_t n = guess <= static_cast<double>(in.begin) ? in.begin
+                  : guess >= static_cast<double>(in.end) ? in.end
+                                                         : static_cast<ptrdiff_t>(guess);
+    while (n > in.begin && test(n - 1)) --n;
+    while (n < in.end && !test(n)) ++n;
+    return n;
 }
 
-// Narrows a stretch to where a coordinate, which goes only up or only down along it, is neither
-// below nor above the source.
-template <class Below, class Above>
-void narrow(Stretch* stretch, bool upwards, Below below, Above above) {
-    const auto in = [&](ptrdiff_t n) { return upwards ? !below(n) : !above(n); };
-    const auto out = [&](ptrdiff_t n) { return upwards ? above(n) : below(n); };
-    stretch->begin = firstThat(stretch->begin, stretch->end, in);
-    stretch->end = firstThat(stretch->begin, stretch->end, out);
-}
+// One source coordinate along a destination row: `first` at the block's first column, and `step`,
+// which isn't 0, more at each of the next.
+struct Course {
+    double first;
+    double step;
+    double most; // the greatest in the source; the least is 0
+
+    // Narrows a stretch to where the coordinate is neither below nor above the source.
+    template <class Below, class Above>
+    void narrow(Stretch* stretch, Below below, Above above) const {
+        const bool upwards = step > 0;
+        const double entry = ((upwards ? 0 : most) - first) / step;
+        const double exit = ((upwards ? most : 0) - first) / step;
+        stretch->begin = firstThat(*stretch, entry,
+                                   [&](ptrdiff_t n) { return upwards ? !below(n) : !above(n); });
+        stretch->end =
+            firstThat(*stretch, exit, [&](ptrdiff_t n) { return upwards ? above(n) : below(n); });
+    }
+};
 
 // The part of a block of destination places that a quarter turn fills.
 struct Bounds {
@@ -129,21 +141,46 @@ public:
             OwnTurned src = from;
             src.data += plane * srcPlaneStep;
             char* dst = to.rowStart + plane * to.planeStep;
-            // In strips, so that rows find the source's cache lines that their neighbours fetched.
-            constexpr ptrdiff_t strip = 256;
-            for (ptrdiff_t begin = 0; begin < width; begin += strip) {
-                const Stretch columns = {begin, begin + strip < width ? begin + strip : width};
-                if (bytes == 2 || rotation.interpolate == DAX_INTER_CUBIC)
-                    realRows(src, dst, columns);
-                else
-                    fixedRows(src, dst, columns);
-            }
+            if (bytes == 2 || rotation.interpolate == DAX_INTER_CUBIC)
+                realRows(src, dst);
+            else
+                fixedRows(src, dst);
         }
     }
 
 private:
+    // Rows in bands, and bands in short runs, so that runs find the source's cache lines that their
+    // neighbours fetched. `stretchOf(row)` is what of a row has places in the source, and
+    // `rotate(row, at, stretch)` fills a run of it.
+    template <class StretchOf, class Rotate>
+    void eachRun(char* dst, StretchOf stretchOf, Rotate rotate) const {
+        constexpr ptrdiff_t bandRows = 256;
+        Stretch stretches[bandRows];
+        for (ptrdiff_t top = 0; top < height; top += bandRows) {
+            const ptrdiff_t bottom = top + bandRows < height ? top + bandRows : height;
+            Stretch band = {width, 0};
+            for (ptrdiff_t row = top; row < bottom; ++row) {
+                const Stretch stretch = stretchOf(row);
+                stretches[row - top] = stretch;
+                char* at = dst + row * to.rowStep;
+                clear(at, 0, stretch.begin);
+                clear(at, stretch.end, width);
+                if (stretch.size() <= 0) continue;
+                if (stretch.begin < band.begin) band.begin = stretch.begin;
+                if (stretch.end > band.end) band.end = stretch.end;
+            }
+            for (ptrdiff_t begin = band.begin; begin < band.end; begin += ownTurnedRun)
+                for (ptrdiff_t row = top; row < bottom; ++row) {
+                    Stretch run = stretches[row - top];
+                    if (run.begin < begin) run.begin = begin;
+                    if (run.end > begin + ownTurnedRun) run.end = begin + ownTurnedRun;
+                    if (run.size() > 0) rotate(row, dst + row * to.rowStep, run);
+                }
+        }
+    }
+
     // In steps of 1/16384: all of the bitonal depth, and nearest neighbour and linear of 8 bits.
-    void fixedRows(OwnTurned src, char* dst, const Stretch& columns) const {
+    void fixedRows(OwnTurned src, char* dst) const {
         const Mapping mapping = mappingOf(rotation);
         const auto fixed = [](float value) {
             const int64_t whole = ownNearest(value * unit);
@@ -164,77 +201,79 @@ private:
         };
         const int64_t limitX = limitOf(src.maxX);
         const int64_t limitY = limitOf(src.maxY);
+        const auto xAt = [&](ptrdiff_t row, ptrdiff_t n) {
+            return (X0 + n) * c - (Y0 + row) * s + tx;
+        };
+        const auto yAt = [&](ptrdiff_t row, ptrdiff_t n) {
+            return (X0 + n) * s + (Y0 + row) * c + ty;
+        };
+        const auto stretchOf = [&](ptrdiff_t row) {
+            Stretch stretch = {0, width};
+            const auto narrow = [&](int64_t first, int64_t step, int64_t limit) {
+                const Course course = {static_cast<double>(first), static_cast<double>(step),
+                                       static_cast<double>(limit)};
+                course.narrow(
+                    &stretch, [&](ptrdiff_t n) { return first + n * step < 0; },
+                    [&](ptrdiff_t n) { return first + n * step > limit; });
+            };
+            narrow(xAt(row, 0), c, limitX);
+            narrow(yAt(row, 0), s, limitY);
+            return stretch;
+        };
         const auto& rows = ownRows<OwnRotate>();
-        for (ptrdiff_t row = 0; row < height; ++row) {
-            const int64_t px = X0 * c - (Y0 + row) * s + tx;
-            const int64_t py = X0 * s + (Y0 + row) * c + ty;
-            Stretch stretch = columns;
-            narrow(
-                &stretch, c >= 0, [&](ptrdiff_t n) { return px + n * c < 0; },
-                [&](ptrdiff_t n) { return px + n * c > limitX; });
-            narrow(
-                &stretch, s >= 0, [&](ptrdiff_t n) { return py + n * s < 0; },
-                [&](ptrdiff_t n) { return py + n * s > limitY; });
-            char* at = dst + row * to.rowStep;
-            clearOutside(at, columns, stretch);
-            const ptrdiff_t count = stretch.end - stretch.begin;
-            if (count <= 0) continue;
-            const OwnFixedPlaces places = {static_cast<int32_t>(px + stretch.begin * c),
-                                           static_cast<int32_t>(py + stretch.begin * s),
+        eachRun(dst, stretchOf, [&](ptrdiff_t row, char* at, const Stretch& run) {
+            const OwnFixedPlaces places = {static_cast<int32_t>(xAt(row, run.begin)),
+                                           static_cast<int32_t>(yAt(row, run.begin)),
                                            static_cast<int32_t>(c), static_cast<int32_t>(s)};
-            const ptrdiff_t bit = bitDst + stretch.begin;
-            char* first = at + stretch.begin * pixelDst * bytes;
+            const ptrdiff_t bit = bitDst + run.begin;
+            char* first = at + run.begin * pixelDst * bytes;
             if (bytes == 0)
-                rows.nearest1(src, places, at + (bit >> 3), static_cast<int32_t>(bit & 7), count);
+                rows.nearest1(src, places, at + (bit >> 3), static_cast<int32_t>(bit & 7),
+                              run.size());
             else if (linear)
-                rows.linear8(src, places, first, pixelDst, count);
+                rows.linear8(src, places, first, pixelDst, run.size());
             else
-                rows.nearest8(src, places, first, pixelDst, count);
-        }
+                rows.nearest8(src, places, first, pixelDst, run.size());
+        });
     }
 
     // In double precision: all of 16 bits, and the cubic of 8 bits.
-    void realRows(const OwnTurned& src, char* dst, const Stretch& columns) const {
+    void realRows(const OwnTurned& src, char* dst) const {
         const Mapping mapping = mappingOf(rotation);
         const bool nearest = rotation.interpolate == DAX_INTER_NN;
         const auto& rows = ownRows<OwnRotate>();
         const auto rowKernel = nearest                                    ? rows.nearest16
                                : rotation.interpolate == DAX_INTER_LINEAR ? rows.linear16
                                                                           : rows.cubic[bytes - 1];
-        for (ptrdiff_t row = 0; row < height; ++row) {
+        const auto placesOf = [&](ptrdiff_t row) {
             const auto Y = static_cast<double>(Y0 + row);
-            const OwnRealPlaces places = {mapping.c,     mapping.s,  mapping.s * Y,
-                                          mapping.c * Y, mapping.tx, mapping.ty};
-            const auto xAt = [&](ptrdiff_t n) { return places.x(static_cast<double>(X0 + n)); };
-            const auto yAt = [&](ptrdiff_t n) { return places.y(static_cast<double>(X0 + n)); };
-            const auto below = [nearest](double place) {
-                return nearest ? place < -tolerance : place <= -tolerance;
+            return OwnRealPlaces{mapping.c,     mapping.s,  mapping.s * Y,
+                                 mapping.c * Y, mapping.tx, mapping.ty};
+        };
+        const auto below = [nearest](double place) {
+            return nearest ? place < -tolerance : place <= -tolerance;
+        };
+        const auto above = [nearest](double place, int32_t most) {
+            return nearest ? ownNearestWhole(place + tolerance - 0.5) > most : place > most;
+        };
+        const auto stretchOf = [&](ptrdiff_t row) {
+            const OwnRealPlaces places = placesOf(row);
+            const auto columnOf = [&](ptrdiff_t n) { return static_cast<double>(X0 + n); };
+            Stretch stretch = {0, width};
+            const auto narrow = [&](double step, int32_t most, auto at) {
+                const Course course = {at(0), step, static_cast<double>(most) + (nearest ? 1 : 0)};
+                course.narrow(
+                    &stretch, [&](ptrdiff_t n) { return below(at(n)); },
+                    [&](ptrdiff_t n) { return above(at(n), most); });
             };
-            const auto above = [nearest](double place, int32_t most) {
-                return nearest ? ownNearestWhole(place + tolerance - 0.5) > most : place > most;
-            };
-            Stretch stretch = columns;
-            narrow(
-                &stretch, mapping.c >= 0, [&](ptrdiff_t n) { return below(xAt(n)); },
-                [&](ptrdiff_t n) { return above(xAt(n), src.maxX); });
-            narrow(
-                &stretch, mapping.s >= 0, [&](ptrdiff_t n) { return below(yAt(n)); },
-                [&](ptrdiff_t n) { return above(yAt(n), src.maxY); });
-            char* at = dst + row * to.rowStep;
-            clearOutside(at, columns, stretch);
-            if (stretch.begin < stretch.end)
-                rowKernel(src, places, X0 + stretch.begin, at + stretch.begin * pixelDst * bytes,
-                          pixelDst * bytes, stretch.end - stretch.begin);
-        }
-    }
-
-    void clearOutside(char* row, const Stretch& columns, const Stretch& stretch) const {
-        if (stretch.begin >= stretch.end) {
-            clear(row, columns.begin, columns.end);
-            return;
-        }
-        clear(row, columns.begin, stretch.begin);
-        clear(row, stretch.end, columns.end);
+            narrow(places.c, src.maxX, [&](ptrdiff_t n) { return places.x(columnOf(n)); });
+            narrow(places.s, src.maxY, [&](ptrdiff_t n) { return places.y(columnOf(n)); });
+            return stretch;
+        };
+        eachRun(dst, stretchOf, [&](ptrdiff_t row, char* at, const Stretch& run) {
+            rowKernel(src, placesOf(row), X0 + run.begin, at + run.begin * pixelDst * bytes,
+                      pixelDst * bytes, run.size());
+        });
     }
 
     void clear(char* row, ptrdiff_t begin, ptrdiff_t end) const {

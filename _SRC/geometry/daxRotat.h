@@ -37,6 +37,10 @@ struct OwnRealPlaces {
     double y(double column) const { return (s * column + cy) + ty; }
 };
 
+// The most pixels of a run. Short, so that the source lines under a run and under the one below it
+// are the same for the most part, and stay in the cache.
+constexpr ptrdiff_t ownTurnedRun = 128;
+
 struct OwnRotateTable {
     void (*nearest1)(const OwnTurned& src, const OwnFixedPlaces& places, char* dst, int32_t bitDst,
                      ptrdiff_t count);

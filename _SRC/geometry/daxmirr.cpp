@@ -80,22 +80,7 @@ struct Pixels {
         ownSwapRows(at(a), at(b), count * bytes);
     }
     void swapTurned(const Place& a, const Place& b, ptrdiff_t count) const {
-        char block[2048];
-        const ptrdiff_t room = static_cast<ptrdiff_t>(sizeof block) / bytes;
-        for (ptrdiff_t done = 0; done < count;) {
-            const ptrdiff_t rest = count - done;
-            const ptrdiff_t share = rest < room ? rest : room > 0 ? room : 1;
-            const Place partA = a.past(done);
-            const Place partB = b.past(rest - share);
-            if (room > 0) {
-                turn(partA, {block, 0}, share);
-                turn(partB, partA, share);
-                ownCopyRow(block, at(partB), share * bytes);
-            } else {
-                swap(partA, partB, 1);
-            }
-            done += share;
-        }
+        ownRows<OwnMirror>().swapReversed(at(a), at(b), bytes, count);
     }
     ptrdiff_t roomTo(const char* end, const Place& place) const {
         return (end - at(place)) / bytes;

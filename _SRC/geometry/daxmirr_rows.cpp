@@ -55,6 +55,56 @@ void reverse(const char* src, char* dst, ptrdiff_t pixelBytes, ptrdiff_t count) 
     }
 }
 
+template <class T> void swapSamplesReversed(char* a, char* b, ptrdiff_t count) {
+    auto* x = ownLanes<T>(a);
+    auto* z = ownLanes<T>(b);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const T kept = x[i];
+        x[i] = z[count - 1 - i];
+        z[count - 1 - i] = kept;
+    }
+}
+
+// By way of a block, where pixels are moved several at a time.
+template <ptrdiff_t size> void swapPixelsReversed(char* a, char* b, ptrdiff_t count) {
+    constexpr ptrdiff_t room = 1536 / size;
+    char block[room * size];
+    for (ptrdiff_t done = 0; done < count; done += room) {
+        const ptrdiff_t share = count - done < room ? count - done : room;
+        char* const partA = a + done * size;
+        char* const partB = b + (count - done - share) * size;
+        reversePixels<size>(partA, block, share);
+        reversePixels<size>(partB, partA, share);
+        memcpy(partB, block, static_cast<size_t>(share * size));
+    }
+}
+
+void swapBytes(char* a, char* b, ptrdiff_t count) {
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        const char kept = a[i];
+        a[i] = b[i];
+        b[i] = kept;
+    }
+}
+
+void swapReversed(char* a, char* b, ptrdiff_t pixelBytes, ptrdiff_t count) {
+    switch (pixelBytes) {
+    case 1: swapSamplesReversed<uint8_t>(a, b, count); break;
+    case 2: swapSamplesReversed<uint16_t>(a, b, count); break;
+    case 3: swapPixelsReversed<3>(a, b, count); break;
+    case 4: swapSamplesReversed<uint32_t>(a, b, count); break;
+    case 6: swapPixelsReversed<6>(a, b, count); break;
+    case 8: swapSamplesReversed<uint64_t>(a, b, count); break;
+    case 12: swapPixelsReversed<12>(a, b, count); break;
+    default:
+        for (ptrdiff_t i = 0; i < count; ++i)
+            swapBytes(a + i * pixelBytes, b + (count - 1 - i) * pixelBytes, pixelBytes);
+        break;
+    }
+}
+
 uint32_t reversedByte(uint32_t byte) {
     byte = (byte & 0xF0) >> 4 | (byte & 0x0F) << 4;
     byte = (byte & 0xCC) >> 2 | (byte & 0x33) << 2;
@@ -68,7 +118,7 @@ uint64_t reversedBytes(uint64_t word) {
     return (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
 }
 
-void reverseBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
+void ownMirrorBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
     // What is left of the source ends at `end`.
     ptrdiff_t end = bitSrc + count;
     const auto takeEdge = [&](ptrdiff_t bits) {
@@ -100,7 +150,7 @@ void reverseBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptr
     if (count > 0) takeEdge(count);
 }
 
-constexpr OwnMirrorTable table = {reverse, reverseBits};
+constexpr OwnMirrorTable table = {reverse, swapReversed, ownMirrorBits};
 
 } // namespace
 

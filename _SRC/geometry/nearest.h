@@ -14,6 +14,12 @@ namespace {
     return (value + big) - big;
 }
 
+// Below 2^22 in size.
+[[maybe_unused]] inline float ownNearestWhole(float value) {
+    constexpr float big = 12582912; // 1.5 times 2^23
+    return (value + big) - big;
+}
+
 [[maybe_unused]] inline int64_t ownNearest(double value) { return llrint(value); }
 
 // The whole part of a position that isn't negative, with a tolerance for what rounding took away.

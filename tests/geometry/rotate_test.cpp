@@ -2,7 +2,10 @@
 
 #include "scene.h"
 
+#include <sys/mman.h>
+
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -223,6 +226,59 @@ TEST(Rotate, LargeImages) {
             EXPECT_EQ(byteDifference(is[1], expected[1]), "") << call.text();
         }
     });
+}
+
+// Bytes are mostly computed in single precision, and the few that lie on a rounding boundary again.
+TEST(Rotate, CubicOfManyBytes) {
+    Random random(12);
+    const Image src({.width = 500, .height = 500}, random);
+    for (const int32_t angle : {1, 1234, 4500, 20777, 35000}) {
+        Image expected(src.shape());
+        const Turn turn = {angle, 240, 260, DAX_INTER_CUBIC};
+        rotateByModel(src, expected, turn);
+        kit::forEachIsa([&] {
+            Image from = src;
+            Image dst(src.shape(), random);
+            daxRotate(from, dst, angle, 240, 260, DAX_INTER_CUBIC, nullptr);
+            EXPECT_EQ(byteDifference(dst, expected), "") << angle;
+        });
+    }
+}
+
+// Words are taken where single samples are asked for, but none that reaches past the image.
+TEST(Rotate, ReadsNothingPastTheData) {
+    constexpr size_t room = 1 << 16;
+    char* const memory = static_cast<char*>(
+        mmap(nullptr, 2 * room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(memory, MAP_FAILED);
+    ASSERT_EQ(mprotect(memory + room, room, PROT_NONE), 0);
+    kit::forEachIsa([&] {
+        Random random(3);
+        for (const int32_t depth : {DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U})
+            for (int32_t channels = 1; channels <= (depth == DAX_DEPTH_1U ? 1 : 5); ++channels)
+                for (const int32_t angle : {1, 4500, 17999, 18001, 35999}) {
+                    const Image src({.depth = depth,
+                                     .channels = channels,
+                                     .width = 64,
+                                     .height = 30,
+                                     .order = DAX_DATA_PIXEL},
+                                    random);
+                    const size_t size = src.size();
+                    DaxImage atEnd = src.header;
+                    atEnd.imageData = memory + room - size;
+                    memcpy(atEnd.imageData, src->imageData, size);
+                    for (const int32_t scheme : {DAX_INTER_NN, DAX_INTER_LINEAR, DAX_INTER_CUBIC}) {
+                        Image dst(src.shape());
+                        Image expected(src.shape());
+                        Turn turn = {angle, 32, 15, scheme};
+                        if (depth == DAX_DEPTH_1U) turn.scheme = DAX_INTER_NN;
+                        rotateByModel(src, expected, turn);
+                        daxRotate(&atEnd, dst, angle, 32, 15, scheme, nullptr);
+                        EXPECT_EQ(byteDifference(dst, expected), "") << angle << " " << scheme;
+                    }
+                }
+    });
+    munmap(memory, 2 * room);
 }
 
 void rotateTiledByModel(Trial& trial, const Turn& turn) {
