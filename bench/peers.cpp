@@ -47,8 +47,9 @@ Offer onYuv(void (*call)(Images& images)) {
 #if DAX_PEER_LEPT
 Offer onPix(Depths depths, void (*call)(Pix* const* pix)) {
     const auto wrap = [](Images& images, size_t index) {
-        Pix* const pix = pixCreateHeader(images.width(index), images.height(index),
-                                         images[index]->depth & DAX_DEPTH_MASK);
+        const DaxImage* const image = images[index];
+        Pix* const pix = pixCreateHeader(image->width, image->height,
+                                         (image->depth & DAX_DEPTH_MASK) * image->nChannels);
         if (pix == nullptr) give("leptonica", "no header");
         pixSetData(pix, images.data<l_uint32>(index));
         return pix;

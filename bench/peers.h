@@ -49,6 +49,15 @@ std::vector<Peer> peersFor(const Form& form, const Offers& offers);
 
 using Depths = std::vector<int32_t>;
 
+inline constexpr const char* gives = "gives its result in memory of its own";
+
+// The same offer with a word of warning; its result isn't compared.
+inline Offer unlike(Offer offer, const char* note) {
+    offer.peer.agrees = false;
+    offer.peer.note = note;
+    return offer;
+}
+
 #if DAX_PEER_YUV
 Offer onYuv(void (*call)(Images& images));
 
@@ -62,12 +71,23 @@ template <auto function> Offer onArgb() {
 #endif
 
 #if DAX_PEER_LEPT
-// Every image of the case as a Pix.
+// Every image of the case as a Pix; interleaved channels are one sample of it.
 Offer onPix(Depths depths, void (*call)(Pix* const* pix));
 
 // Of two images.
 template <auto function> Offer onTwoPix(Depths depths) {
     return onPix(std::move(depths), [](Pix* const* p) { function(p[2], p[0], p[1]); });
+}
+
+// A result that leptonica makes anew.
+template <auto function, auto... arguments>
+Offer onNewPix(Depths depths, const char* note = gives) {
+    return unlike(onPix(std::move(depths),
+                        [](Pix* const* p) {
+                            Pix* made = function(p[0], arguments...);
+                            pixDestroy(&made);
+                        }),
+                  note);
 }
 #endif
 
@@ -100,13 +120,6 @@ template <auto function, auto constant> Offer onOneVips(Depths depths) {
 // Every image of the case as an alpha mask of 8 bits.
 Offer onMasks(void (*call)(pixman_image_t* const* masks, int width, int height));
 #endif
-
-// The same offer with a word of warning; its result isn't compared.
-inline Offer unlike(Offer offer, const char* note) {
-    offer.peer.agrees = false;
-    offer.peer.note = note;
-    return offer;
-}
 
 } // namespace bench
 

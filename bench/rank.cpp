@@ -10,19 +10,7 @@ using Filter = void (*)(DaxImage*, DaxImage*, int32_t, int32_t, int32_t, int32_t
                         const DaxMapping*);
 using Morphology = void (*)(DaxImage*, DaxImage*, int32_t, const DaxMapping*);
 
-[[maybe_unused]] constexpr const char* gives = "gives its result in memory of its own";
-
 #if DAX_PEER_LEPT
-// A result that leptonica makes anew.
-template <auto function, auto... arguments> Offer onNewPix(Depths depths) {
-    return unlike(onPix(std::move(depths),
-                        [](Pix* const* p) {
-                            Pix* made = function(p[0], arguments...);
-                            pixDestroy(&made);
-                        }),
-                  gives);
-}
-
 // Into an image given, of which none is given, so that it is made anew as well.
 template <auto function> Offer onBrick() {
     return unlike(onPix({u1},

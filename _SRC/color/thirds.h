@@ -27,58 +27,68 @@ struct OwnByteOrder {
     __m512i get() const { return _mm512_load_si512(from); }
 };
 
-// A group of 48 bytes lies as four lanes of 12 bytes, each of which has three words of one channel.
-template <ptrdiff_t size> struct OwnThirdsOrder {
-    alignas(64) int8_t apart[64] = {};
-    alignas(64) int8_t together[64] = {};
+// A group of pixels is four lanes of as many pixels as have 12 or 16 bytes, and has three words of
+// each lane's, one of a channel each. A fourth channel is no concern of anyone's.
+template <ptrdiff_t size, ptrdiff_t channels> struct OwnThirdsOrder {
+    OwnByteOrder apart, together;
+    uint64_t written = 0;
     constexpr OwnThirdsOrder() {
-        for (int8_t& place : apart) place = -1;
-        for (int8_t& place : together) place = -1;
+        for (int8_t& place : apart.from) place = -1;
+        for (int8_t& place : together.from) place = -1;
         for (ptrdiff_t lane = 0; lane < 64; lane += 16)
             for (ptrdiff_t c = 0; c < 3; ++c)
                 for (ptrdiff_t byte = 0; byte < 4; ++byte) {
                     const ptrdiff_t split = c * 4 + byte;
-                    const ptrdiff_t joined = (byte / size * 3 + c) * size + byte % size;
-                    apart[lane + split] = static_cast<int8_t>(joined);
-                    together[lane + joined] = static_cast<int8_t>(split);
+                    const ptrdiff_t joined = (byte / size * channels + c) * size + byte % size;
+                    apart.from[lane + split] = static_cast<int8_t>(joined);
+                    together.from[lane + joined] = static_cast<int8_t>(split);
+                    written |= uint64_t{1} << (lane + joined);
                 }
     }
 };
-template <ptrdiff_t size> constexpr OwnThirdsOrder<size> ownThirdsOrder = {};
+template <ptrdiff_t size, ptrdiff_t channels>
+constexpr OwnThirdsOrder<size, channels> ownThirdsOrder = {};
 
 // A group with its channels apart.
-template <class T> __m512i ownLoadThirds(const char* src) {
+template <class T, ptrdiff_t channels> __m512i ownLoadThirds(const char* src) {
+    const __m512i apart = ownThirdsOrder<sizeof(T), channels>.apart.get();
+    if constexpr (channels == 4) return _mm512_shuffle_epi8(_mm512_loadu_si512(src), apart);
     const __m512i spread = _mm512_setr_epi32(0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0);
     const __m512i bytes = _mm512_maskz_loadu_epi32(0x0FFF, src);
-    return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(spread, bytes),
-                               _mm512_load_si512(ownThirdsOrder<sizeof(T)>.apart));
+    return _mm512_shuffle_epi8(_mm512_permutexvar_epi32(spread, bytes), apart);
 }
 
 // A group from its channels.
-template <class T> void ownStoreThirds(char* dst, __m512i lanes) {
-    const __m512i close = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
-    const __m512i bytes =
-        _mm512_shuffle_epi8(lanes, _mm512_load_si512(ownThirdsOrder<sizeof(T)>.together));
-    _mm512_mask_storeu_epi32(dst, 0x0FFF, _mm512_permutexvar_epi32(close, bytes));
+template <class T, ptrdiff_t channels> void ownStoreThirds(char* dst, __m512i lanes) {
+    constexpr const auto& order = ownThirdsOrder<sizeof(T), channels>;
+    const __m512i bytes = _mm512_shuffle_epi8(lanes, order.together.get());
+    if constexpr (channels == 4) {
+        _mm512_mask_storeu_epi8(dst, order.written, bytes);
+    } else {
+        const __m512i close = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0, 0, 0, 0);
+        _mm512_mask_storeu_epi32(dst, 0x0FFF, _mm512_permutexvar_epi32(close, bytes));
+    }
 }
 #endif
 
-// The channels in the order of memory.
-template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdiff_t count) {
-    [[maybe_unused]] constexpr ptrdiff_t size = sizeof(T);
+// Pixels of three or four channels, in the order of memory.
+template <class T, ptrdiff_t channels>
+void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdiff_t count) {
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
+    constexpr ptrdiff_t size = sizeof(T);
+    constexpr ptrdiff_t groupBytes = size * channels * (16 / size);
     constexpr ptrdiff_t group = 16 / size;
     const __m512i firsts =
         _mm512_setr_epi32(0, 4, 8, 12, 16, 20, 24, 28, 1, 5, 9, 13, 17, 21, 25, 29);
     const __m512i thirds =
         _mm512_setr_epi32(2, 6, 10, 14, 18, 22, 26, 30, 2, 6, 10, 14, 18, 22, 26, 30);
     for (; done + 4 * group <= count; done += 4 * group) {
-        const char* at = src + done * 3 * size;
-        const __m512i v0 = ownLoadThirds<T>(at);
-        const __m512i v1 = ownLoadThirds<T>(at + 48);
-        const __m512i v2 = ownLoadThirds<T>(at + 96);
-        const __m512i v3 = ownLoadThirds<T>(at + 144);
+        const char* at = src + done * channels * size;
+        const __m512i v0 = ownLoadThirds<T, channels>(at);
+        const __m512i v1 = ownLoadThirds<T, channels>(at + groupBytes);
+        const __m512i v2 = ownLoadThirds<T, channels>(at + 2 * groupBytes);
+        const __m512i v3 = ownLoadThirds<T, channels>(at + 3 * groupBytes);
         const __m512i lowAB = _mm512_permutex2var_epi32(v0, firsts, v1);
         const __m512i highAB = _mm512_permutex2var_epi32(v2, firsts, v3);
         const __m512i lowC = _mm512_permutex2var_epi32(v0, thirds, v1);
@@ -90,17 +100,18 @@ template <class T> void ownSplitThirds(const char* src, T* a, T* b, T* c, ptrdif
 #endif
     const auto* x = ownLanes<T>(src);
     for (ptrdiff_t i = done; i < count; ++i) {
-        a[i] = x[3 * i];
-        b[i] = x[3 * i + 1];
-        c[i] = x[3 * i + 2];
+        a[i] = x[channels * i];
+        b[i] = x[channels * i + 1];
+        c[i] = x[channels * i + 2];
     }
 }
 
-template <class T>
+template <class T, ptrdiff_t channels>
 void ownJoinThirds(const T* a, const T* b, const T* c, char* dst, ptrdiff_t count) {
-    [[maybe_unused]] constexpr ptrdiff_t size = sizeof(T);
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
+    constexpr ptrdiff_t size = sizeof(T);
+    constexpr ptrdiff_t groupBytes = size * channels * (16 / size);
     constexpr ptrdiff_t group = 16 / size;
     for (; done + 4 * group <= count; done += 4 * group) {
         const __m512i va = _mm512_loadu_si512(a + done);
@@ -114,15 +125,15 @@ void ownJoinThirds(const T* a, const T* b, const T* c, char* dst, ptrdiff_t coun
                 base, _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
             const __m512i lanes = _mm512_mask_permutexvar_epi32(
                 _mm512_permutex2var_epi32(va, pairs, vb), 0x4444, third, vc);
-            ownStoreThirds<T>(dst + done * 3 * size + 48 * k, lanes);
+            ownStoreThirds<T, channels>(dst + done * channels * size + groupBytes * k, lanes);
         }
     }
 #endif
     auto* z = ownLanes<T>(dst);
     for (ptrdiff_t i = done; i < count; ++i) {
-        z[3 * i] = a[i];
-        z[3 * i + 1] = b[i];
-        z[3 * i + 2] = c[i];
+        z[channels * i] = a[i];
+        z[channels * i + 1] = b[i];
+        z[channels * i + 2] = c[i];
     }
 }
 
@@ -134,12 +145,16 @@ template <class T> struct OwnThirdsRead {
     void operator()(const OwnThirds& src, ptrdiff_t first, ptrdiff_t count) {
         constexpr ptrdiff_t size = sizeof(T);
         for (ptrdiff_t k = 0; k < 3; ++k) at[k] = reinterpret_cast<const char*>(copy[k]);
+        const bool forward = src.at[0] < src.at[2];
+        const char* from = src.at[forward ? 0 : 2] + first * src.step;
         if (src.step == size)
             for (ptrdiff_t k = 0; k < 3; ++k) at[k] = src.at[k] + first * size;
-        else if (src.step == 3 * size && src.at[0] < src.at[2])
-            ownSplitThirds<T>(src.at[0] + first * src.step, copy[0], copy[1], copy[2], count);
         else if (src.step == 3 * size)
-            ownSplitThirds<T>(src.at[2] + first * src.step, copy[2], copy[1], copy[0], count);
+            ownSplitThirds<T, 3>(from, copy[forward ? 0 : 2], copy[1], copy[forward ? 2 : 0],
+                                 count);
+        else if (src.step == 4 * size)
+            ownSplitThirds<T, 4>(from, copy[forward ? 0 : 2], copy[1], copy[forward ? 2 : 0],
+                                 count);
         else
             for (ptrdiff_t k = 0; k < 3; ++k)
                 ownGather<T>(src.at[k] + first * src.step, src.step, copy[k], count);
@@ -159,10 +174,12 @@ template <class T> struct OwnThirdsWrite {
     void end(const OwnThirds& dst, ptrdiff_t first, ptrdiff_t count) const {
         constexpr ptrdiff_t size = sizeof(T);
         if (dst.step == size) return;
-        if (dst.step == 3 * size && dst.at[0] < dst.at[2])
-            ownJoinThirds<T>(copy[0], copy[1], copy[2], dst.at[0] + first * dst.step, count);
-        else if (dst.step == 3 * size)
-            ownJoinThirds<T>(copy[2], copy[1], copy[0], dst.at[2] + first * dst.step, count);
+        const bool forward = dst.at[0] < dst.at[2];
+        char* to = dst.at[forward ? 0 : 2] + first * dst.step;
+        if (dst.step == 3 * size)
+            ownJoinThirds<T, 3>(copy[forward ? 0 : 2], copy[1], copy[forward ? 2 : 0], to, count);
+        else if (dst.step == 4 * size)
+            ownJoinThirds<T, 4>(copy[forward ? 0 : 2], copy[1], copy[forward ? 2 : 0], to, count);
         else
             for (ptrdiff_t k = 0; k < 3; ++k)
                 ownScatter<T>(copy[k], dst.at[k] + first * dst.step, dst.step, count);
