@@ -1,15 +1,20 @@
 // Times every operation beside memcpy, beside the plainest loop over the same bytes and beside
 // other libraries. Options are those of Google Benchmark, chiefly --benchmark_filter=<regular
-// expression>, and --offset=<bytes>: how far past a cache line the images begin.
+// expression>, --offset=<bytes>: how far past a cache line the images begin, and
+// --report=<page> --columns=<file>: a page into which the figures go, and a file for a plot of
+// them.
 
 #include "cases.h"
 #include "memory.h"
+#include "report.h"
 #include "table.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,12 +25,23 @@ int main(int argc, char** argv) {
     options.insert(options.begin() + 1, enough);
     int count = static_cast<int>(options.size());
     benchmark::Initialize(&count, options.data());
-    constexpr std::string_view offset = "--offset=";
-    if (count == 2 && std::string_view(options[1]).starts_with(offset)) {
-        bench::blockOffset = static_cast<size_t>(std::atoi(options[1] + offset.size())) % 64;
-        count = 1;
+    std::string page;
+    std::string columns;
+    int unknown = 1;
+    for (int k = 1; k < count; ++k) {
+        const std::string_view option = options[static_cast<size_t>(k)];
+        const auto takes = [option](std::string_view name) { return option.starts_with(name); };
+        const std::string value(option.substr(std::min(option.find('=') + 1, option.size())));
+        if (takes("--offset="))
+            bench::blockOffset = static_cast<size_t>(std::atoi(value.c_str())) % 64;
+        else if (takes("--report="))
+            page = value;
+        else if (takes("--columns="))
+            columns = value;
+        else
+            options[static_cast<size_t>(unknown++)] = options[static_cast<size_t>(k)];
     }
-    if (benchmark::ReportUnrecognizedArguments(count, options.data())) return 1;
+    if (benchmark::ReportUnrecognizedArguments(unknown, options.data())) return 1;
     daxSetErrMode(DAX_ErrModeParent);
     daxRedirectError(daxStdErrReport);
 
@@ -48,5 +64,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "bench: %d failures\n", bench::failures());
         return 1;
     }
+    if (!page.empty() && !bench::writeReport(table.lines(), page, columns)) return 1;
     return ran > 0 ? 0 : 1;
 }

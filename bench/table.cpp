@@ -12,16 +12,6 @@ namespace bench {
 
 namespace {
 
-std::string processor() {
-    std::ifstream info("/proc/cpuinfo");
-    for (std::string line; std::getline(info, line);)
-        if (line.starts_with("model name")) {
-            const size_t colon = line.find(": ");
-            if (colon != std::string::npos) return line.substr(colon + 2);
-        }
-    return "unknown processor";
-}
-
 double valueOf(const benchmark::UserCounters& counters, const char* name) {
     const auto found = counters.find(name);
     return found == counters.end() ? 0 : static_cast<double>(found->second);
@@ -35,6 +25,33 @@ bool counts(const benchmark::BenchmarkReporter::Run& run) {
 }
 
 } // namespace
+
+std::string processor() {
+    std::ifstream info("/proc/cpuinfo");
+    for (std::string line; std::getline(info, line);)
+        if (line.starts_with("model name")) {
+            const size_t colon = line.find(": ");
+            if (colon != std::string::npos) return line.substr(colon + 2);
+        }
+    return "unknown processor";
+}
+
+std::string peersOf(const Line& line, std::vector<std::string>& notes) {
+    std::string text;
+    for (const auto& [ratio, peer] : line.peers) {
+        char one[64];
+        std::snprintf(one, sizeof one, "%s%.2f %s", text.empty() ? "" : ", ", ratio,
+                      peer->name.c_str());
+        text += one;
+        if (peer->note.empty()) continue;
+        const std::string note = line.subject->operation + ", " + peer->name + ": " + peer->note;
+        const auto number =
+            static_cast<size_t>(std::find(notes.begin(), notes.end(), note) - notes.begin());
+        if (number == notes.size()) notes.push_back(note);
+        text += " [" + std::to_string(number + 1) + "]";
+    }
+    return text;
+}
 
 bool Table::ReportContext(const Context& context) {
     for (const Case& one : allCases())
@@ -69,49 +86,40 @@ void Table::ReportRuns(const std::vector<Run>& runs) {
         else if (row->second.peer != nullptr)
             peerRatios[row->first] = valueOf(run.counters, counter::peer);
         else
-            print(row->second, run.counters);
+            print(taken.emplace_back(lineOf(row->second, run.counters)));
     }
     std::fflush(stdout);
 }
 
-void Table::print(const Row& row, const benchmark::UserCounters& counters) {
-    const std::string name = nameOf(*row.subject, row.side);
-    if (!lastOperation.empty() && lastOperation != row.subject->operation) std::puts("");
-    lastOperation = row.subject->operation;
-    const int width = static_cast<int>(nameWidth);
-    if (row.subject->tiles > 0) {
-        std::printf("%-*s  %9.3f %s\n", width, name.c_str(), valueOf(counters, counter::tile),
-                    counter::tile);
-        return;
-    }
-    std::printf("%-*s  %9.4f  %9.4f  %7.1f  %7.2f  %7.2f  %s\n", width, name.c_str(),
-                valueOf(counters, counter::pixel), valueOf(counters, counter::sample),
-                valueOf(counters, counter::bytes) / 1e9, valueOf(counters, counter::stream),
-                valueOf(counters, counter::copy), peersOf(row).c_str());
-}
-
-// The best of them first.
-std::string Table::peersOf(const Row& row) {
-    std::vector<std::pair<double, const Peer*>> ratios;
+Line Table::lineOf(const Row& row, const benchmark::UserCounters& counters) const {
+    Line line{.subject = row.subject,
+              .side = row.side,
+              .perPixel = valueOf(counters, counter::pixel),
+              .perSample = valueOf(counters, counter::sample),
+              .bytes = valueOf(counters, counter::bytes),
+              .stream = valueOf(counters, counter::stream),
+              .copy = valueOf(counters, counter::copy),
+              .tile = valueOf(counters, counter::tile)};
     for (const Peer& peer : row.subject->peers) {
         const auto found = peerRatios.find(nameOf(*row.subject, row.side) + "/" + peer.name);
-        if (found != peerRatios.end()) ratios.emplace_back(found->second, &peer);
+        if (found != peerRatios.end()) line.peers.emplace_back(found->second, &peer);
     }
-    std::sort(ratios.begin(), ratios.end());
-    std::string text;
-    for (const auto& [ratio, peer] : ratios) {
-        char one[64];
-        std::snprintf(one, sizeof one, "%s%.2f %s", text.empty() ? "" : ", ", ratio,
-                      peer->name.c_str());
-        text += one;
-        if (peer->note.empty()) continue;
-        const std::string note = row.subject->operation + ", " + peer->name + ": " + peer->note;
-        size_t number =
-            static_cast<size_t>(std::find(notes.begin(), notes.end(), note) - notes.begin());
-        if (number == notes.size()) notes.push_back(note);
-        text += " [" + std::to_string(number + 1) + "]";
+    std::sort(line.peers.begin(), line.peers.end());
+    return line;
+}
+
+void Table::print(const Line& line) {
+    const std::string name = nameOf(*line.subject, line.side);
+    if (!lastOperation.empty() && lastOperation != line.subject->operation) std::puts("");
+    lastOperation = line.subject->operation;
+    const int width = static_cast<int>(nameWidth);
+    if (line.subject->tiles > 0) {
+        std::printf("%-*s  %9.3f %s\n", width, name.c_str(), line.tile, counter::tile);
+        return;
     }
-    return text;
+    std::printf("%-*s  %9.4f  %9.4f  %7.1f  %7.2f  %7.2f  %s\n", width, name.c_str(), line.perPixel,
+                line.perSample, line.bytes / 1e9, line.stream, line.copy,
+                peersOf(line, notes).c_str());
 }
 
 void Table::Finalize() {

@@ -8,6 +8,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -24,8 +25,32 @@ inline constexpr const char* tile = "us/tile";
 inline constexpr const char* peer = "peer";
 } // namespace counter
 
+// What was found out about one case.
+struct Line {
+    const Case* subject = nullptr;
+    int side = 0;
+    double perPixel = 0;
+    double perSample = 0;
+    double bytes = 0;
+    // Times divided by the operation's own.
+    double stream = 0;
+    double copy = 0;
+    // Microseconds per tile, for the cases that tell just that.
+    double tile = 0;
+    // The best first.
+    std::vector<std::pair<double, const Peer*>> peers;
+};
+
+// "1.2 libyuv [1], 7.5 libvips", and the notes, one line each, without those that stand there
+// already.
+std::string peersOf(const Line& line, std::vector<std::string>& notes);
+
+std::string processor();
+
 class Table : public benchmark::BenchmarkReporter {
 public:
+    const std::vector<Line>& lines() const { return taken; }
+
     bool ReportContext(const Context& context) override;
     void ReportRuns(const std::vector<Run>& runs) override;
     void Finalize() override;
@@ -38,11 +63,12 @@ private:
         const Peer* peer;
     };
 
-    void print(const Row& row, const benchmark::UserCounters& counters);
-    std::string peersOf(const Row& row);
+    void print(const Line& line);
+    Line lineOf(const Row& row, const benchmark::UserCounters& counters) const;
 
     std::map<std::string, Row> rows;
     std::map<std::string, double> peerRatios;
+    std::vector<Line> taken;
     std::vector<std::string> notes;
     std::string lastOperation;
     size_t nameWidth = 0;
