@@ -1,6 +1,6 @@
-#include "color/bits.h"
 #include "color/owncolor.h"
 #include "color/thirds.h"
+#include "frame/top_bits.h"
 
 namespace {
 

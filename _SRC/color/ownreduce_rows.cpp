@@ -1,5 +1,5 @@
-#include "color/bits.h"
 #include "color/ownreduce.h"
+#include "frame/top_bits.h"
 
 namespace {
 

@@ -10,6 +10,13 @@
 
 namespace {
 
+// The bits of every byte of a word in the opposite order.
+inline uint64_t ownReversedBits(uint64_t word) {
+    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
+    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
+    return (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
+}
+
 // `count` bits, 1 to 8, from a bit position on, at the top of a byte; what follows them is
 // undefined.
 inline uint32_t ownFetchBits(const char* src, ptrdiff_t bit, ptrdiff_t count) {

@@ -73,3 +73,12 @@ bool ownSameGeometry(const DaxImage* image, const DaxImage* other) {
     return image->height == other->height && image->width == other->width &&
            image->dataSize == other->dataSize && coversAll(image) && coversAll(other);
 }
+
+const char* ownBlockEnd(const DaxImage* image) {
+    const bool planes = image->dataOrder != DAX_DATA_PIXEL;
+    const ptrdiff_t rows = ptrdiff_t{image->height} * (planes ? image->nChannels : 1);
+    ptrdiff_t byRows = 0;
+    if (__builtin_mul_overflow(rows, image->widthStep, &byRows)) byRows = 0;
+    return static_cast<const char*>(image->imageData) +
+           (byRows > image->dataSize ? byRows : image->dataSize);
+}

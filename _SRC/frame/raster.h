@@ -22,6 +22,9 @@ ptrdiff_t ownBitonalRect(const DaxImage* image, int32_t* width, int32_t* height,
 // Whether two images can be walked as one flat run of `dataSize` bytes.
 bool ownSameGeometry(const DaxImage* image, const DaxImage* other);
 
+// The end of a plain image's block: of its rows, or of `dataSize` if that is further.
+const char* ownBlockEnd(const DaxImage* image);
+
 inline ptrdiff_t ownMin3(ptrdiff_t a, ptrdiff_t b, ptrdiff_t c) {
     const ptrdiff_t least = a < b ? a : b;
     return least < c ? least : c;

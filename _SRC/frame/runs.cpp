@@ -6,15 +6,6 @@
 
 namespace {
 
-const char* blockEnd(const DaxImage* image) {
-    const bool planes = image->dataOrder != DAX_DATA_PIXEL;
-    const ptrdiff_t rows = ptrdiff_t{image->height} * (planes ? image->nChannels : 1);
-    ptrdiff_t byRows = 0;
-    if (__builtin_mul_overflow(rows, image->widthStep, &byRows)) byRows = 0;
-    return static_cast<const char*>(image->imageData) +
-           (byRows > image->dataSize ? byRows : image->dataSize);
-}
-
 bool allSameGeometry(DaxImage* const* images, int32_t count) {
     for (int32_t i = 0; i < count - 1; ++i)
         if (!ownSameGeometry(images[i], images[count - 1])) return false;
@@ -46,7 +37,7 @@ bool ownLayoutRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
     runs->planes = 1;
     for (int32_t i = 0; i < count; ++i) {
         runs->start[i] = static_cast<char*>(images[i]->imageData);
-        runs->end[i] = blockEnd(images[i]);
+        runs->end[i] = ownBlockEnd(images[i]);
     }
     if (allSameGeometry(images, count)) {
         runs->count = dst->dataSize / sample;
@@ -115,7 +106,7 @@ bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs) {
         runs->start[i] = static_cast<char*>(image->imageData);
         if (const DaxROI* roi = image->roi)
             runs->start[i] += roi->xOffset * pixel + ptrdiff_t{roi->yOffset} * image->widthStep;
-        runs->end[i] = blockEnd(image);
+        runs->end[i] = ownBlockEnd(image);
         runs->rowStep[i] = image->widthStep;
         runs->planeStep[i] = ptrdiff_t{image->widthStep} * image->height;
         runs->sampleStep[i] = pixel;
@@ -162,7 +153,7 @@ bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) 
         if (height < runs->rows) runs->rows = height;
         if (width < runs->count) runs->count = width;
         runs->start[i] = static_cast<char*>(image->imageData);
-        runs->end[i] = blockEnd(image);
+        runs->end[i] = ownBlockEnd(image);
         runs->rowStep[i] = image->widthStep;
         const DaxROI* roi = image->roi;
         if (roi == nullptr) continue;
@@ -173,7 +164,7 @@ bool ownSourceBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) 
 }
 
 void ownBoundRuns(DaxImage* const* images, OwnRuns* runs) {
-    for (int32_t i = 0; i < runs->images; ++i) runs->end[i] = blockEnd(images[i]);
+    for (int32_t i = 0; i < runs->images; ++i) runs->end[i] = ownBlockEnd(images[i]);
     runs->leaves = leavesBlocks(*runs);
 }
 
@@ -205,7 +196,7 @@ bool ownBitRuns(DaxImage* const* images, int32_t count, OwnBitRuns* runs) {
         if (width < runs->count) runs->count = width;
         if (height < runs->rows) runs->rows = height;
         runs->start[i] += offset;
-        runs->end[i] = blockEnd(images[i]);
+        runs->end[i] = ownBlockEnd(images[i]);
         runs->rowStep[i] = images[i]->widthStep;
     }
     return runs->count > 0 && runs->rows > 0;

@@ -111,13 +111,6 @@ uint32_t reversedByte(uint32_t byte) {
     return (byte & 0xAA) >> 1 | (byte & 0x55) << 1;
 }
 
-// The bits of every byte of a word.
-uint64_t reversedBytes(uint64_t word) {
-    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
-    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
-    return (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
-}
-
 void ownMirrorBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
     // What is left of the source ends at `end`.
     ptrdiff_t end = bitSrc + count;
@@ -139,7 +132,7 @@ void ownMirrorBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, p
         const uint8_t* at = ownAlignBits(src, end - bytes * 8, block, bytes);
         const auto* words = ownLanes<uint64_t>(reinterpret_cast<const char*>(at));
         auto* out = ownLanes<uint64_t>(reinterpret_cast<char*>(turned));
-        for (ptrdiff_t k = 0; k < bytes / 8; ++k) out[k] = reversedBytes(words[k]);
+        for (ptrdiff_t k = 0; k < bytes / 8; ++k) out[k] = ownReversedBits(words[k]);
         for (ptrdiff_t k = bytes / 8 * 8; k < bytes; ++k)
             turned[k] = static_cast<uint8_t>(reversedByte(at[k]));
         reverseSamples<uint8_t>(reinterpret_cast<const char*>(turned), dst, bytes);

@@ -1,6 +1,6 @@
 // For row kernels only: bits from bytes.
-#ifndef OWN_COLOR_BITS_H
-#define OWN_COLOR_BITS_H
+#ifndef OWN_TOP_BITS_H
+#define OWN_TOP_BITS_H
 
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
