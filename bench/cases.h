@@ -130,6 +130,7 @@ void addFilter();
 void addGeometry();
 void addArithmetic();
 void addMoves();
+void addConversions();
 void addAlpha();
 void addColor();
 void addRank();

@@ -48,6 +48,7 @@ int main(int argc, char** argv) {
     bench::addFrame();
     bench::addArithmetic();
     bench::addMoves();
+    bench::addConversions();
     bench::addAlpha();
     bench::addColor();
     bench::addRank();

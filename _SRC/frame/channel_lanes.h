@@ -1,5 +1,5 @@
-// For row kernels only: interleaved pixels taken apart into runs of samples, one for each channel, and
-// put together again.
+// For row kernels only: interleaved pixels taken apart into runs of samples, one for each channel,
+// and put together again.
 #ifndef OWN_CHANNEL_LANES_H
 #define OWN_CHANNEL_LANES_H
 

@@ -1503,9 +1503,13 @@ DAX_API void daxExchange(DaxImage* srcImage, DaxImage* dstImage, const int32_t* 
  * 7. a tile that can't be had: `(dstImage->tileInfo->tileData == NULL)`,
  *    `(srcImage->tileInfo->tileData == NULL)`
  *
+ * @par Silent
+ * `tilePos` outside the image.
+ *
  * @par Tiles
  * Either image, or both. Headers are only read. Up to one tile of each image is held; it is kept
- * as long as the walk stays in it.
+ * as long as the walk stays in it. When a tile can't be had, the call ends, and the one that is
+ * held of the other image isn't released. Between plain images `tilePos` isn't looked at.
  *
  * @param srcImage    the source
  * @param dstImage    the destination
@@ -1535,6 +1539,9 @@ DAX_API void daxConvert(DaxImage* srcImage, DaxImage* dstImage, int32_t ConvertM
  *    #DAX_DEPTH_16U, and with `(0x80000000|16)`, 32767 and -32768 for #DAX_DEPTH_16S.
  *    #DAX_DEPTH_32S takes any value.
  * 5. tiles as in daxConvert()
+ *
+ * @par Silent
+ * As in daxConvert().
  *
  * @par Tiles
  * As in daxConvert().

@@ -126,6 +126,31 @@ void addMoves(List& list, const Inputs& in) {
     exchange.writesSources = true;
 }
 
+template <int32_t mode> void convert(const Images& i) { daxConvert(i[0], i.result, mode, nullptr); }
+
+void addConversions(List& list, const Inputs& in) {
+    const auto like = [&](int32_t channels, int32_t depth, int32_t order = DAX_DATA_PIXEL) {
+        return Make{in.picture->width, in.picture->height, channels, depth, order};
+    };
+    list.put("daxConvert", "16 bits to their high 8", {in.picture16}, "DAX_CONVERT_HIGH_BITS, NULL",
+             convert<DAX_CONVERT_HIGH_BITS>)
+        .make = like(3, DAX_DEPTH_8U);
+    list.put("daxConvert", "16 bits to their low 8", {in.dimmed16}, "DAX_CONVERT_LOW_BITS, NULL",
+             convert<DAX_CONVERT_LOW_BITS>)
+        .make = like(3, DAX_DEPTH_8U);
+    list.put("daxConvert", "8 bits to signed ones, in planes", {in.picture},
+             "DAX_CONVERT_HIGH_BITS, NULL", convert<DAX_CONVERT_HIGH_BITS>)
+        .make = like(3, DAX_DEPTH_8S, DAX_DATA_PLANE);
+    Entry& bits = list.put("daxConvert", "Where green is above 0, in 1 bit", {in.signed16},
+                           "DAX_CONVERT_HIGH_BITS, NULL", convert<DAX_CONVERT_HIGH_BITS>);
+    bits.make = like(1, DAX_DEPTH_1U);
+    bits.rois = {list.red(), list.red()};
+    bits.rois[0].coi = 2;
+    list.put("daxBitonalToGray", "1 bit to two grays", {in.bits}, "64, 192, NULL",
+             [](const Images& i) { daxBitonalToGray(i[0], i.result, 64, 192, nullptr); })
+        .make = like(1, DAX_DEPTH_8U);
+}
+
 // The pictures as soft discs, and what comes of them over the ground that is in the result.
 template <int32_t type> void composeOverGround(const Images& i) {
     const Image layer = copyOf(i[0]);
@@ -463,6 +488,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addArithmetic(list, in);
     addLogic(list, in);
     addMoves(list, in);
+    addConversions(list, in);
     addAlpha(list, in);
     addFilters(list, in);
     addTone(list, in);

@@ -5,6 +5,7 @@
 #include "inputs.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,9 +31,10 @@ struct Entry {
     // What the result is before the call. Without it: an image of zeroes like the first source, or,
     // under a region, a copy of it, so that one sees what the call leaves alone.
     const DaxImage* before = nullptr;
-    // The size of a result of zeroes, as a part of that of the first source.
+    // The size of a result of zeroes, as a part of that of the first source; or all of its make.
     int upper = 1;
     int lower = 1;
+    std::optional<Make> make = {};
     // Whether the call writes into its sources, too.
     bool writesSources = false;
 };

@@ -99,6 +99,7 @@ private:
 
 Image blankFor(const Entry& entry) {
     if (entry.before != nullptr) return copyOf(entry.before);
+    if (entry.make) return makeImage(*entry.make);
     if (!entry.rois.empty()) return copyOf(entry.sources[0]);
     Make make = makeOf(entry.sources[0]);
     make.width = make.width * entry.upper / entry.lower;
