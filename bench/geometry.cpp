@@ -2,6 +2,8 @@
 
 #include "peers.h"
 
+#include <cmath>
+
 namespace bench {
 
 namespace {
@@ -11,6 +13,7 @@ constexpr int32_t u8 = DAX_DEPTH_8U;
 constexpr int32_t u16 = DAX_DEPTH_16U;
 
 [[maybe_unused]] constexpr const char* others = "samples at other places, in other precision";
+[[maybe_unused]] constexpr const char* middle = "turns about the middle between pixels";
 [[maybe_unused]] constexpr const char* words = "keeps its words the other way round";
 
 constexpr const char* schemes[] = {"nearest", "linear", "cubic"};
@@ -20,34 +23,52 @@ std::vector<Form> forms() {
     return {{.depth = u8}, {.depth = u8, .channels = 3}, {.depth = u16}, {.depth = u1}};
 }
 
-void addMirror() {
+void addMirror(int32_t axis, const char* name, const Offers& offers) {
+    for (const Form& form : forms())
+        add({.operation = "daxMirror",
+             .images = {read(form), write(form)},
+             .prepare = each([axis](Images& i) { daxMirror(i[0], i[1], axis, nullptr); }),
+             .peers = peersFor(form, offers),
+             .variant = form.label() + "-" + name});
+}
+
+void addMirrors() {
+    addMirror(DAX_FLIP_ROWS, "rows",
+              {BENCH_YUV(onYuv([](Images& i) {
+                   libyuv::CopyPlane(i.data(0), i.step(0), i.data(1), i.step(1), i.width(0),
+                                     -i.height(0));
+               })),
+               BENCH_LEPT(onPix({u1, u8, u16}, [](Pix* const* p) { pixFlipTB(p[1], p[0]); })),
+               BENCH_VIPS(onVips({u8, u16}, [](VipsImage* const* v, VipsImage** to) {
+                   return vips_flip(v[0], to, VIPS_DIRECTION_VERTICAL, nullptr);
+               }))});
+    addMirror(DAX_FLIP_COLUMNS, "columns",
+              {BENCH_YUV(onYuv([](Images& i) {
+                   libyuv::MirrorPlane(i.data(0), i.step(0), i.data(1), i.step(1), i.width(0),
+                                       i.height(0));
+               })),
+               BENCH_LEPT(unlike(onPix({u1, u8, u16}, [](Pix* const* p) { pixFlipLR(p[1], p[0]); }),
+                                 words)),
+               BENCH_VIPS(onVips({u8, u16}, [](VipsImage* const* v, VipsImage** to) {
+                   return vips_flip(v[0], to, VIPS_DIRECTION_HORIZONTAL, nullptr);
+               }))});
+    addMirror(DAX_FLIP_BOTH, "both",
+              {BENCH_YUV(onYuv([](Images& i) {
+                   libyuv::RotatePlane(i.data(0), i.step(0), i.data(1), i.step(1), i.width(0),
+                                       i.height(0), libyuv::kRotate180);
+               })),
+               BENCH_LEPT(unlike(
+                   onPix({u1, u8, u16}, [](Pix* const* p) { pixRotate180(p[1], p[0]); }), words)),
+               BENCH_VIPS(onVips({u8, u16}, [](VipsImage* const* v, VipsImage** to) {
+                   return vips_rot180(v[0], to, nullptr);
+               }))});
     const Form gray;
-    for (const int32_t axis : {DAX_FLIP_ROWS, DAX_FLIP_COLUMNS, DAX_FLIP_BOTH}) {
-        const char* const name = axis == DAX_FLIP_ROWS      ? "-rows"
-                                 : axis == DAX_FLIP_COLUMNS ? "-columns"
-                                                            : "-both";
-        std::vector<Peer> peers;
-        if (axis == DAX_FLIP_COLUMNS)
-            peers = peersFor(
-                gray, {BENCH_YUV(onYuv([](Images& i) {
-                           libyuv::MirrorPlane(i.data(0), i.step(0), i.data(1), i.step(1),
-                                               i.width(0), i.height(0));
-                       })),
-                       BENCH_LEPT(unlike(onPix({u8}, [](Pix* const* p) { pixFlipLR(p[1], p[0]); }),
-                                         words)),
-                       BENCH_VIPS(onVips({u8}, [](VipsImage* const* v, VipsImage** to) {
-                           return vips_flip(v[0], to, VIPS_DIRECTION_HORIZONTAL, nullptr);
-                       }))});
-        for (const Form& form : forms())
-            add({.operation = "daxMirror",
-                 .images = {read(form), write(form)},
-                 .prepare = each([axis](Images& i) { daxMirror(i[0], i[1], axis, nullptr); }),
-                 .peers = form.label() == gray.label() ? peers : std::vector<Peer>(),
-                 .variant = form.label() + name});
-    }
     add({.operation = "daxMirror",
          .images = {update(gray)},
          .prepare = each([](Images& i) { daxMirror(i[0], i[0], DAX_FLIP_COLUMNS, nullptr); }),
+         .peers = peersFor(
+             gray, {BENCH_LEPT(
+                       unlike(onPix({u8}, [](Pix* const* p) { pixFlipLR(p[0], p[0]); }), words))}),
          .variant = "8U-columns-in-place"});
 }
 
@@ -129,24 +150,74 @@ template <int mode> void addQuarter(int32_t angle) {
                                                           i.step(1), i.width(0), i.height(0),
                                                           static_cast<libyuv::RotationMode>(mode));
                                   }),
-                                  "turns about the middle between pixels")),
-                 BENCH_VIPS(onVips({u8}, [](VipsImage* const* v, VipsImage** to) {
-                     return vips_rot(v[0], to, static_cast<VipsAngle>(mode / 90), nullptr);
-                 }))});
+                                  middle)),
+                 BENCH_LEPT(onNewPix<pixRotateOrth, mode / 90>({u1, u8, u16}, middle)),
+                 BENCH_VIPS(onVips(
+                     {u8, u16},
+                     [](VipsImage* const* v, VipsImage** to) {
+                         return vips_rot(v[0], to, static_cast<VipsAngle>(mode / 90), nullptr);
+                     },
+                     middle))});
+}
+
+// By 33 degrees about the middle.
+constexpr double turn = 33 * 3.14159265358979323846 / 180;
+
+#if DAX_PEER_LEPT
+Pix* pixSampled(Pix* pix) {
+    return pixRotateBySampling(pix, pixGetWidth(pix) / 2, pixGetHeight(pix) / 2,
+                               static_cast<float>(turn), L_BRING_IN_BLACK);
+}
+
+Pix* pixAreaMapped(Pix* pix) { return pixRotateAMGray(pix, static_cast<float>(turn), 0); }
+#endif
+
+#if DAX_PEER_VIPS
+// The destination's rectangle alone is computed.
+template <int32_t scheme> Offer onVipsTurn(const char* note) {
+    return onVips(
+        {u8, u16},
+        [](VipsImage* const* v, VipsImage** to) {
+            constexpr const char* names[] = {"nearest", "bilinear", "bicubic"};
+            const int width = vips_image_get_width(v[0]);
+            const int height = vips_image_get_height(v[0]);
+            const double c = std::cos(turn);
+            const double s = std::sin(turn);
+            VipsInterpolate* const how = vips_interpolate_new(names[scheme]);
+            VipsArrayInt* const area = vips_array_int_newv(4, 0, 0, width, height);
+            const int failed = vips_affine(v[0], to, c, s, -s, c, "interpolate", how, "oarea", area,
+                                           "idx", -0.5 * width, "idy", -0.5 * height, "odx",
+                                           0.5 * width, "ody", 0.5 * height, nullptr);
+            vips_area_unref(VIPS_AREA(area));
+            g_object_unref(how);
+            return failed;
+        },
+        note);
+}
+#endif
+
+void addTurns() {
+    addRotation(3300, DAX_INTER_NN,
+                {BENCH_LEPT(onNewPix<pixSampled>({u1, u8, u16}, others)),
+                 BENCH_VIPS(onVipsTurn<DAX_INTER_NN>(others))});
+    addRotation(3300, DAX_INTER_LINEAR,
+                {BENCH_LEPT(onNewPix<pixAreaMapped>({u8}, "in steps of 1/16")),
+                 BENCH_VIPS(onVipsTurn<DAX_INTER_LINEAR>(others))});
+    addRotation(3300, DAX_INTER_CUBIC,
+                {BENCH_VIPS(onVipsTurn<DAX_INTER_CUBIC>("another cubic, in steps of 1/64"))});
 }
 
 } // namespace
 
 void addGeometry() {
-    addMirror();
+    addMirrors();
     addZoom(2, 1);
     addZoom(3, 2);
     addDecimation(1, 2);
     addDecimation(2, 3);
     addQuarter<90>(9000);
     addQuarter<180>(18000);
-    for (int32_t scheme = DAX_INTER_NN; scheme <= DAX_INTER_CUBIC; ++scheme)
-        addRotation(3300, scheme, {});
+    addTurns();
 }
 
 } // namespace bench

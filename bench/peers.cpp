@@ -31,6 +31,18 @@ Prepare over(Wrap wrap, Free release, Run run) {
     };
 }
 
+// While this stands, memory that another library allocates for its results is kept for the next
+// ones, so that operations are timed and not the mapping of pages.
+struct [[maybe_unused]] KeptHeap {
+    KeptHeap() {
+        mallopt(M_MMAP_MAX, 0);
+        mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    }
+    ~KeptHeap() { mallopt(M_MMAP_MAX, 65536); }
+    KeptHeap(const KeptHeap&) = delete;
+    KeptHeap& operator=(const KeptHeap&) = delete;
+};
+
 [[maybe_unused]] void give(const char* library, const char* why) {
     std::fprintf(stderr, "bench: %s: %s\n", library, why);
     std::exit(1);
@@ -58,7 +70,11 @@ Offer onPix(Depths depths, void (*call)(Pix* const* pix)) {
         pixSetData(pix, nullptr);
         pixDestroy(&pix);
     };
-    return {std::move(depths), {.name = "leptonica", .prepare = over<Pix>(wrap, release, call)}};
+    const auto run = [call](Pix* const* pix) {
+        const KeptHeap heap;
+        call(pix);
+    };
+    return {std::move(depths), {.name = "leptonica", .prepare = over<Pix>(wrap, release, run)}};
 }
 #endif
 
@@ -98,8 +114,7 @@ Offer onVips(Depths depths, int (*make)(VipsImage* const* images, VipsImage** re
     };
     const auto release = [](VipsImage* image) { g_object_unref(image); };
     const auto run = [make](VipsImage* const* images) {
-        mallopt(M_MMAP_MAX, 0);
-        mallopt(M_TRIM_THRESHOLD, 1 << 30);
+        const KeptHeap heap;
         VipsImage* lazy = nullptr;
         size_t size = 0;
         if (make(images, &lazy) != 0) give("libvips", vips_error_buffer());
@@ -107,7 +122,6 @@ Offer onVips(Depths depths, int (*make)(VipsImage* const* images, VipsImage** re
         if (result == nullptr) give("libvips", vips_error_buffer());
         g_free(result);
         g_object_unref(lazy);
-        mallopt(M_MMAP_MAX, 65536);
     };
     return {std::move(depths),
             {.name = "libvips",

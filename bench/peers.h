@@ -71,7 +71,8 @@ template <auto function> Offer onArgb() {
 #endif
 
 #if DAX_PEER_LEPT
-// Every image of the case as a Pix; interleaved channels are one sample of it.
+// Every image of the case as a Pix; interleaved channels are one sample of it. What the library
+// allocates for results it finds again.
 Offer onPix(Depths depths, void (*call)(Pix* const* pix));
 
 // Of two images.
@@ -92,9 +93,8 @@ Offer onNewPix(Depths depths, const char* note = gives) {
 #endif
 
 #if DAX_PEER_VIPS
-// Makes, of the images of the case, one that is then computed in one thread. libvips allocates its
-// results itself; what it gives back is kept for the next one, so that the operation is timed and
-// not the mapping of pages. The result isn't compared, since it lies elsewhere.
+// Makes, of the images of the case, one that is then computed in one thread, into memory that
+// libvips allocates and finds again. The result isn't compared, since it lies elsewhere.
 Offer onVips(Depths depths, int (*make)(VipsImage* const* images, VipsImage** result),
              const char* note = "");
 

@@ -450,12 +450,22 @@ template <int angle, int interpolate> void rotate(const Images& i) {
     daxRotate(i[0], i.result, angle, i[0]->width / 2, i[0]->height / 2, interpolate, nullptr);
 }
 
+template <int angle, int interpolate>
+void addRotation(List& list, DaxImage* image, const char* name, const char* scheme,
+                 const std::string& argument = "picture") {
+    const std::string rest = std::to_string(angle) + ", " + argument + "->width / 2, " + argument +
+                             "->height / 2, " + scheme + ", NULL";
+    list.put("daxRotate", name, {image}, rest.c_str(), rotate<angle, interpolate>);
+}
+
 void addGeometry(List& list, const Inputs& in) {
     list.put("daxMirror", "Top and bottom", {in.picture}, "DAX_FLIP_ROWS, NULL",
              [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_ROWS, nullptr); });
     list.put("daxMirror", "Left and right, the middle only", {in.picture}, "DAX_FLIP_COLUMNS, NULL",
              [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_COLUMNS, nullptr); })
         .rois = {list.middle()};
+    list.put("daxMirror", "Both", {in.picture}, "DAX_FLIP_BOTH, NULL",
+             [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_BOTH, nullptr); });
     list.put("daxMirror", "Both, 1 bit", {in.bits}, "DAX_FLIP_BOTH, NULL",
              [](const Images& i) { daxMirror(i[0], i.result, DAX_FLIP_BOTH, nullptr); });
     addZooms<3, 2>(list, in);
@@ -463,22 +473,21 @@ void addGeometry(List& list, const Inputs& in) {
     addZooms<4, 1>(list, in);
     addZoom<1, 2, DAX_INTER_NN>(list, in);
     addZooms<2, 3>(list, in);
-    const auto about = [](const char* angle, const char* interpolate) {
-        return std::string(angle) + ", picture->width / 2, picture->height / 2, " + interpolate +
-               ", NULL";
-    };
-    list.put("daxRotate", "By 90 degrees", {in.picture}, about("9000", "DAX_INTER_NN").c_str(),
-             rotate<9000, DAX_INTER_NN>);
-    list.put("daxRotate", "By 180 degrees", {in.picture}, about("18000", "DAX_INTER_NN").c_str(),
-             rotate<18000, DAX_INTER_NN>);
-    list.put("daxRotate", "By 270 degrees", {in.picture}, about("27000", "DAX_INTER_NN").c_str(),
-             rotate<27000, DAX_INTER_NN>);
-    list.put("daxRotate", "By 33 degrees, nearest neighbour", {in.picture},
-             about("3300", "DAX_INTER_NN").c_str(), rotate<3300, DAX_INTER_NN>);
-    list.put("daxRotate", "By 12.34 degrees, linear", {in.picture},
-             about("1234", "DAX_INTER_LINEAR").c_str(), rotate<1234, DAX_INTER_LINEAR>);
-    list.put("daxRotate", "By -33.33 degrees, cubic", {in.picture},
-             about("-3333", "DAX_INTER_CUBIC").c_str(), rotate<-3333, DAX_INTER_CUBIC>);
+    addRotation<9000, DAX_INTER_NN>(list, in.picture, "By 90 degrees", "DAX_INTER_NN");
+    addRotation<18000, DAX_INTER_NN>(list, in.picture, "By 180 degrees", "DAX_INTER_NN");
+    addRotation<27000, DAX_INTER_NN>(list, in.picture, "By 270 degrees", "DAX_INTER_NN");
+    addRotation<9000, DAX_INTER_NN>(list, in.bits, "By 90 degrees, 1 bit", "DAX_INTER_NN", "bits");
+    addRotation<3300, DAX_INTER_NN>(list, in.picture, "By 33 degrees, nearest neighbour",
+                                    "DAX_INTER_NN");
+    addRotation<3300, DAX_INTER_LINEAR>(list, in.picture, "By 33 degrees, linear",
+                                        "DAX_INTER_LINEAR");
+    addRotation<3300, DAX_INTER_CUBIC>(list, in.picture, "By 33 degrees, cubic", "DAX_INTER_CUBIC");
+    addRotation<1234, DAX_INTER_LINEAR>(list, in.picture, "By 12.34 degrees, linear",
+                                        "DAX_INTER_LINEAR");
+    addRotation<-3333, DAX_INTER_CUBIC>(list, in.picture, "By -33.33 degrees, cubic",
+                                        "DAX_INTER_CUBIC");
+    addRotation<-777, DAX_INTER_NN>(list, in.bits, "By -7.77 degrees, 1 bit", "DAX_INTER_NN",
+                                    "bits");
 }
 
 } // namespace
