@@ -154,7 +154,7 @@ private:
     // `rotate(row, at, stretch)` fills a run of it.
     template <class StretchOf, class Rotate>
     void eachRun(char* dst, StretchOf stretchOf, Rotate rotate) const {
-        constexpr ptrdiff_t bandRows = 256;
+        constexpr ptrdiff_t bandRows = 1024;
         Stretch stretches[bandRows];
         for (ptrdiff_t top = 0; top < height; top += bandRows) {
             const ptrdiff_t bottom = top + bandRows < height ? top + bandRows : height;
