@@ -3,6 +3,7 @@
 #include "filter/source.h"
 #include "filter/taps.h"
 #include "frame/depth.h"
+#include "frame/header.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
 
@@ -10,8 +11,12 @@
 
 namespace {
 
-// So many rows are read before the first one is written.
+// So many rows are read before the first one is written, and by rows of the cache that are so many
+// goes what a sum does at the limits of 16 bits.
 constexpr ptrdiff_t rowsOfBatch = 65;
+
+// Where neither matters: a cache that stays in the innermost one of the processor.
+constexpr ptrdiff_t bytesOfSmallBatch = 16384;
 
 ptrdiff_t larger(ptrdiff_t a, ptrdiff_t b) { return a > b ? a : b; }
 ptrdiff_t smaller(ptrdiff_t a, ptrdiff_t b) { return a < b ? a : b; }
@@ -54,6 +59,16 @@ bool staysInBytes(const OwnConvolution& convolution, const DaxImage* srcImage, i
     return stays;
 }
 
+// The rows that are read at a time. Those of a few are kept for the next ones, so it takes some
+// more to be worth it.
+ptrdiff_t batchOf(const OwnPlace& src, const OwnPlace& dst, ptrdiff_t windowRows,
+                  ptrdiff_t rowBytes) {
+    if (ownSampleBytes(dst.image->depth) < 2 || ownMayOverlap(src.image, dst.image))
+        return rowsOfBatch;
+    const ptrdiff_t least = larger(16, 3 * windowRows);
+    return smaller(larger(bytesOfSmallBatch / rowBytes - windowRows, least), rowsOfBatch);
+}
+
 // One kernel made ready for the rows of a piece.
 struct Ready {
     const OwnTap* taps;
@@ -89,6 +104,7 @@ private:
     const ptrdiff_t cellBytes;
     const ptrdiff_t windowRows;
     const ptrdiff_t pitch; // cells of a row
+    const ptrdiff_t rowsAtOnce;
     const OwnTapTable& tapSums;
     const OwnCellTable& cells;
     const OwnMergeRows& merging;
@@ -109,10 +125,11 @@ Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to
                 : depth == DAX_DEPTH_32S ? sizeof(double)
                                          : sizeof(int16_t)),
       windowRows(all.above + all.below), pitch(all.left + columns + all.right - 1),
+      rowsAtOnce(smaller(height, batchOf(src, dst, windowRows, pitch * cellBytes))),
       tapSums(ownRows<OwnTaps>()), cells(ownRows<OwnCells>()),
       merging(depth == DAX_DEPTH_1U ? ownRows<OwnMerge>().bits
                                     : ownRows<OwnMerge>().byDepth[ownDepthIndex(depth)]),
-      cache(((windowRows - 1 + smaller(height, rowsOfBatch)) * pitch + 1) * cellBytes),
+      cache(((windowRows - 1 + rowsAtOnce) * pitch + 1) * cellBytes),
       samples(pitch * larger(ownSampleBytes(src.image->depth), ownSampleBytes(depth))), sums(width),
       merged(width), stored(width * ownSampleBytes(depth)), taps(tapTotal()), kernels(all.count) {
     if (!ready()) return;
@@ -242,8 +259,8 @@ void Piece::convolve(int32_t channel) {
                (channel - 1) * plane + (depth == DAX_DEPTH_1U ? 0 : dst.x * step);
     ptrdiff_t fetched = 0; // rows of the window's place
     ptrdiff_t kept = 0;    // rows of the cache
-    for (ptrdiff_t done = 0; done < height; done += rowsOfBatch) {
-        const ptrdiff_t batch = smaller(height - done, rowsOfBatch);
+    for (ptrdiff_t done = 0; done < height; done += rowsAtOnce) {
+        const ptrdiff_t batch = smaller(height - done, rowsAtOnce);
         for (; kept < windowRows - 1 + batch; ++kept) fetch(source, fetched++, kept);
         for (ptrdiff_t row = 0; row < batch; ++row) {
             convolveRow(row, to, step);

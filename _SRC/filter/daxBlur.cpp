@@ -4,6 +4,7 @@
 #include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
+#include "frame/header.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
 #include "frame/ownrect.h"
@@ -275,18 +276,6 @@ private:
     OwnBuffer<uint32_t> moving; // the sums of windows, which go with differences
 };
 
-// Whether two plain images may share memory.
-bool overlap(const DaxImage* image, const DaxImage* other) {
-    const auto endOf = [](const DaxImage* one) {
-        const ptrdiff_t planes = one->dataOrder == DAX_DATA_PIXEL ? 1 : one->nChannels;
-        const ptrdiff_t size = ptrdiff_t{one->widthStep} * one->height * planes;
-        return reinterpret_cast<uintptr_t>(one->imageData) +
-               static_cast<uintptr_t>(size > one->dataSize ? size : one->dataSize);
-    };
-    return reinterpret_cast<uintptr_t>(image->imageData) < endOf(other) &&
-           reinterpret_cast<uintptr_t>(other->imageData) < endOf(image);
-}
-
 // Whether a rectangle with its surroundings is one that a block can hold. None is worked that
 // isn't, with a copy of it or without.
 bool fits(const Window& window, const DaxImage* image, ptrdiff_t height, ptrdiff_t width) {
@@ -413,7 +402,7 @@ void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCol
     if (tiles == nullptr) {
         Padded padded;
         if (!fits(window, srcImage, dst.height, dst.width)) return;
-        if (srcImage->tileInfo == nullptr && !overlap(srcImage, dstImage))
+        if (srcImage->tileInfo == nullptr && !ownMayOverlap(srcImage, dstImage))
             Piece(window, dst, {srcImage, src.x - anchorX, src.y - anchorY}, dstImage, dst.x, dst.y,
                   dst.height, dst.width);
         else if (padded.fetch(window, srcImage, src.x, src.y, dst.height, dst.width))

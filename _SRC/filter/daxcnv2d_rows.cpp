@@ -2,6 +2,7 @@
 #include "filter/pack.h"
 #include "frame/bit_lanes.h"
 #include "frame/lanes.h"
+#include "frame/vectors.h"
 
 #include <limits>
 #include <math.h>
@@ -185,6 +186,15 @@ void storeFloats(const void* from, char* dst, ptrdiff_t, ptrdiff_t width) {
         return __builtin_convertvector(value + noFractions - noFractions, Words4);
     };
     ptrdiff_t i = 0;
+#ifdef __AVX512F__
+    const __m512d least8 = _mm512_set1_pd(-2147483648.0);
+    const __m512d most8 = _mm512_set1_pd(2147483647.0);
+    for (; i + 8 <= width; i += 8) {
+        const __m512d raised = _mm512_max_pd(_mm512_loadu_pd(x + i), least8);
+        const __m256i whole = _mm512_cvtpd_epi32(_mm512_min_pd(raised, most8));
+        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(dst + i * 4), whole);
+    }
+#endif
     for (; i + 4 <= width; i += 4)
         *reinterpret_cast<Words4Anywhere*>(dst + i * 4) =
             held(*reinterpret_cast<const Floats4Anywhere*>(x + i));
