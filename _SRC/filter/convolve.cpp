@@ -224,10 +224,11 @@ void Piece::convolveRow(ptrdiff_t cacheRow, char* to, ptrdiff_t dstStep) {
     const bool squares =
         method == DAX_COMBINE_SUM_SQUARES || method == DAX_COMBINE_ROOT_SUM_SQUARES;
     const bool alone = convolution.count == 1 && !squares;
+    const bool shiftsLate = alone && kernels[0].shift != 0 && merging.storeShifted != nullptr;
     for (int32_t k = convolution.count - 1; k >= 0; --k) {
         const bool first = k == convolution.count - 1;
         sum(kernels[k], cacheRow);
-        if (kernels[k].shift != 0) {
+        if (kernels[k].shift != 0 && !shiftsLate) {
             const OwnShiftForm form = squares                     ? OwnShiftForm::inPlace
                                       : first                     ? OwnShiftForm::store
                                       : method == DAX_COMBINE_SUM ? OwnShiftForm::add
@@ -241,7 +242,9 @@ void Piece::convolveRow(ptrdiff_t cacheRow, char* to, ptrdiff_t dstStep) {
     const bool direct = dstStep == sample;
     char* samplesAt = direct ? to : stored.get();
     const ptrdiff_t bit = depth == DAX_DEPTH_1U ? dst.x : 0;
-    if (alone)
+    if (shiftsLate)
+        merging.storeShifted(sums.get(), samplesAt, width, static_cast<uint32_t>(kernels[0].shift));
+    else if (alone)
         merging.storeSums(sums.get(), samplesAt, bit, width);
     else
         merging.storeMerged(merged.get(), samplesAt, bit, width);

@@ -50,6 +50,8 @@ struct OwnMergeRows {
     // Into samples of the destination, which begin at a bit where they are bits.
     void (*storeSums)(const void* sums, char* dst, ptrdiff_t bit, ptrdiff_t width);
     void (*storeMerged)(const void* merged, char* dst, ptrdiff_t bit, ptrdiff_t width);
+    // Shifts and stores sums in one pass; null where that isn't worth it.
+    void (*storeShifted)(const void* sums, char* dst, ptrdiff_t width, uint32_t count);
 };
 
 struct OwnMergeTable {

@@ -78,6 +78,11 @@ struct Floats {
         const auto by = static_cast<int32_t>(count < 31 ? count : 31);
         for (ptrdiff_t i = 0; i < width; ++i) sums[i] = rounded(sums[i]) >> by;
     }
+    static void storeShifted(const void* from, char* dst, ptrdiff_t width, uint32_t count) {
+        const auto* sums = static_cast<const Sum*>(from);
+        const auto by = static_cast<int32_t>(count < 31 ? count : 31);
+        for (ptrdiff_t i = 0; i < width; ++i) ownLanes<int32_t>(dst)[i] = rounded(sums[i]) >> by;
+    }
 };
 
 template <class T> T squared(T value) {
@@ -225,17 +230,17 @@ void storeBits(const void* from, char* dst, ptrdiff_t bit, ptrdiff_t width) {
 
 template <class Kind, class Sample> constexpr OwnMergeRows rowsOf() {
     using Merged = typename Kind::Merged;
-    return {shift<Kind>, merge<Kind>, root<Merged>, store<typename Kind::Sum, Sample>,
-            store<Merged, Sample>};
+    return {shift<Kind>,           merge<Kind>, root<Merged>, store<typename Kind::Sum, Sample>,
+            store<Merged, Sample>, nullptr};
 }
 
 constexpr OwnMergeTable table = {
-    {shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits},
+    {shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits, nullptr},
     {rowsOf<Bytes, uint8_t>(),
      rowsOf<Bytes, int8_t>(),
      rowsOf<Words, uint16_t>(),
      rowsOf<Words, int16_t>(),
-     {shift<Floats>, merge<Floats>, root<double>, storeFloats, storeFloats}}};
+     {shift<Floats>, merge<Floats>, root<double>, storeFloats, storeFloats, Floats::storeShifted}}};
 
 } // namespace
 
