@@ -22,6 +22,8 @@ template <class T> using OwnLaneOf = typename OwnLane<T>::type;
 #define OWN_EACH_ALONE _Pragma("GCC ivdep")
 #endif
 
+#define OWN_INLINE inline __attribute__((always_inline))
+
 namespace {
 
 template <class T> const OwnLaneOf<T>* ownLanes(const char* data) {

@@ -82,8 +82,7 @@ struct BothSquares {
 // of b stand for all of them. Bytes are taken apart in lanes of 16 bits without a shuffle, and
 // products that are added in pairs are one instruction.
 template <class T, bool alone, bool both>
-inline __attribute__((always_inline)) BothSquares squareBytes(const char* a, const char* b,
-                                                              ptrdiff_t count) {
+OWN_INLINE BothSquares squareBytes(const char* a, const char* b, ptrdiff_t count) {
     const auto* pairsX = ownLanes<int16_t>(a);
     const auto* pairsY = ownLanes<int16_t>(b);
     int32_t low = 0;

@@ -3,10 +3,10 @@
 #ifndef OWN_WIDE_H
 #define OWN_WIDE_H
 
+#include "frame/lanes.h"
+
 #include <cstddef>
 #include <cstdint>
-
-#define OWN_INLINE inline __attribute__((always_inline))
 
 namespace {
 
