@@ -2,27 +2,22 @@
 
 #include "kit/platform.h"
 #include "kit/reports.h"
+#include "kit/scene.h"
 #include "kit/shapes.h"
-#include "kit/tiles.h"
 
 #include "frame/border.h"
 
 #include <algorithm>
-#include <array>
-#include <optional>
 
 namespace {
 
 using kit::Image;
 using kit::Random;
+using kit::regionOf;
 using kit::Shape;
 using Lines = std::vector<std::string>;
 
 constexpr int32_t flips[] = {DAX_FLIP_ROWS, DAX_FLIP_COLUMNS, DAX_FLIP_BOTH};
-
-DaxROI regionOf(const DaxImage* image) {
-    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
-}
 
 // Two images that the operation takes; mostly not much smaller than their regions ask for.
 std::vector<Image> anyPair(Random& random, bool otherOrder = false) {
@@ -37,8 +32,7 @@ std::vector<Image> anyPair(Random& random, bool otherOrder = false) {
         if (shape.roi) shape.roi->coi = coi;
     }
     std::vector<Image> images = filledImages(random, shapes);
-    for (int32_t side = 1; side < 16; side *= 2)
-        daxSetBorderMode(images[0], random.in(0, 3), side, random.in(0, 1));
+    kit::setAnyBorders(random, images[0]);
     return images;
 }
 
@@ -160,12 +154,10 @@ TEST(Mirror, DataOrdersThatDiffer) {
 }
 
 // A call on images of which at least one is tiled.
-struct Scene {
-    explicit Scene(Random& random)
-        : inPlace(random.chance(40)), cases(inPlace ? 2 : random.in(1, 3)),
-          flipAxis(random.of(flips)),
-          images(anyPair(random)), sizes{random.in(1, 3) * 8, random.in(1, 3) * 8,
-                                         random.in(1, 3) * 8, random.in(1, 3) * 8} {
+struct Scene : kit::Scene {
+    explicit Scene(Random& random, bool onItself)
+        : kit::Scene(random, anyPair(random), onItself ? 2 : random.in(1, 3)), inPlace(onItself),
+          flipAxis(random.of(flips)) {
         const DaxROI roi = regionOf(&images[1].header);
         if (random.chance(40))
             pos = {
@@ -173,25 +165,15 @@ struct Scene {
     }
 
     const bool inPlace;
-    const int32_t cases; // 1 the source is tiled, 2 the destination, 3 both
     const int32_t flipAxis;
-    const std::vector<Image> images;
-    const int32_t sizes[4];
-    std::optional<std::array<int32_t, 2>> pos;
 };
 
-struct Trial {
-    explicit Trial(const Scene& theScene) : scene(theScene), images(scene.images) {
-        for (size_t i = 0; i < 2; ++i)
-            if ((scene.cases >> i & 1) != 0)
-                tiled[i].emplace(images[i], "AD"[i], scene.sizes[2 * i], scene.sizes[2 * i + 1],
-                                 log);
-    }
+struct Trial : kit::Trial {
+    explicit Trial(const Scene& theScene) : kit::Trial(theScene), scene(theScene) {}
 
     void call() {
         DaxImage* dst = argument(1);
-        daxMirror(scene.inPlace ? dst : argument(0), dst, scene.flipAxis,
-                  scene.pos ? scene.pos->data() : nullptr);
+        daxMirror(scene.inPlace ? dst : argument(0), dst, scene.flipAxis, tilePos());
     }
 
     void model() {
@@ -211,21 +193,13 @@ struct Trial {
         mirrorByModel(src, dst, scene.flipAxis, true, only);
     }
 
-    DaxImage* argument(size_t i) {
-        return tiled[i] ? *tiled[i] : static_cast<DaxImage*>(images[i]);
-    }
-    Image result(size_t i) const { return tiled[i] ? tiled[i]->gathered() : images[i]; }
-
     const Scene& scene;
-    std::vector<Image> images;
-    kit::TileLog log;
-    std::optional<kit::Tiles> tiled[2];
 };
 
 TEST(Mirror, TiledImages) {
     kit::forSeeds(2500, [](Random& random) {
         kit::Reports reports;
-        const Scene scene(random);
+        const Scene scene(random, random.chance(40));
         Trial is(scene);
         Trial expected(scene);
         expected.model();
@@ -267,20 +241,11 @@ TEST(Mirror, OrderOfTiles) {
 TEST(Mirror, WhatCantBeHad) {
     kit::forSeeds(60, [](Random& random) {
         kit::Reports reports;
-        const Scene scene(random);
+        const Scene scene(random, random.chance(40));
         Trial whole(scene);
         whole.call();
-        const auto check = [&](Trial& is) {
-            if (scene.inPlace) return;
-            const Image result = is.result(1);
-            const Image done = whole.result(1);
-            for (int32_t c = 1; c <= result->nChannels; ++c)
-                for (int32_t y = 0; y < result->height; ++y)
-                    for (int32_t x = 0; x < result->width; ++x) {
-                        const int64_t sample = result.get(x, y, c);
-                        EXPECT_TRUE(sample == done.get(x, y, c) ||
-                                    sample == scene.images[1].get(x, y, c));
-                    }
+        const auto check = [&](const Trial& is) {
+            if (!scene.inPlace) kit::expectPartDone(is.result(1), scene.images[1], whole.result(1));
         };
         for (int32_t n = 1; n <= std::min(whole.log.requests, 20); ++n) {
             Trial is(scene);

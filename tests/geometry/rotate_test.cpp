@@ -293,7 +293,7 @@ void rotateTiledByModel(Trial& trial, const Turn& turn) {
     const int32_t tileHeight = dstTiled ? trial.tiled[1]->info.height : 128;
     std::vector<Share> columns = sharesOf(to.xOffset, width, tileWidth);
     std::vector<Share> rows = sharesOf(to.yOffset, height, tileHeight);
-    if (dstTiled && !narrow(&columns, &rows, trial.tilePos(), false)) return;
+    if (dstTiled && !narrow(&columns, &rows, trial.tilePos(), tileHeight)) return;
     const Mapping m = mappingOf(turn);
     for (const Share& row : rows)
         for (const Share& col : columns) {

@@ -244,7 +244,9 @@ void zoomTiledByModel(Trial& trial, const Factors& factors, int32_t interpolate)
     const int32_t tileHeight = dstTiled ? trial.tiled[1]->info.height : 128;
     std::vector<Share> columns = sharesOf(to.xOffset, width, tileWidth);
     std::vector<Share> rows = sharesOf(to.yOffset, height, tileHeight);
-    if (dstTiled && !narrow(&columns, &rows, trial.tilePos(), trial.tiled[0].has_value())) return;
+    if (dstTiled &&
+        !narrow(&columns, &rows, trial.tilePos(), tileHeight, trial.tiled[0].has_value()))
+        return;
     for (const Share& row : rows)
         for (const Share& col : columns) {
             const Start x = startOf(from.xOffset, col.before, col.before == 0, factors.sx());

@@ -2,8 +2,8 @@
 
 #include "kit/platform.h"
 #include "kit/reports.h"
+#include "kit/scene.h"
 #include "kit/shapes.h"
-#include "kit/tiles.h"
 
 #include "frame/border.h"
 #include "frame/planeview.h"
@@ -16,7 +16,9 @@ namespace {
 
 using kit::Image;
 using kit::Random;
+using kit::regionOf;
 using kit::Shape;
+using kit::Share;
 using Lines = std::vector<std::string>;
 
 enum Op { copy, exchange, set };
@@ -58,10 +60,6 @@ struct Channels {
           count(image->roi != nullptr && image->roi->coi != 0 ? 1 : image->nChannels) {}
     int32_t first, count;
 };
-
-DaxROI regionOf(const DaxImage* image) {
-    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
-}
 
 // Any image as an endless plane of samples: a tiled one has tiles everywhere, a plain one ends at
 // its edges.
@@ -187,98 +185,41 @@ TEST(Movers, LongRuns) {
     });
 }
 
-// The part of a stretch that lies in one tile.
-struct Share {
-    int32_t tile, inTile, size, before;
-};
-
-std::vector<Share> sharesOf(int32_t offset, int32_t size, int32_t tileSize) {
-    std::vector<Share> shares;
-    for (int32_t at = offset; at < offset + size;) {
-        const int32_t end = std::min((at / tileSize + 1) * tileSize, offset + size);
-        shares.push_back({at / tileSize, at % tileSize, end - at, at - offset});
-        at = end;
-    }
-    return shares;
-}
-
-// What `tilePos` leaves of the columns and of the rows; false when it names no tile of them.
-bool narrow(std::vector<Share>* columns, std::vector<Share>* rows, const int32_t* tilePos,
-            int32_t tileHeight) {
-    if (tilePos == nullptr) return true;
-    const auto holds = [](const std::vector<Share>& shares, int32_t tile) {
-        return tile >= shares.front().tile && tile <= shares.back().tile;
-    };
-    if (!holds(*columns, tilePos[0]) || !holds(*rows, tilePos[1])) return false;
-    const Share firstRow = rows->front();
-    columns->resize(tilePos[0] == columns->front().tile ? 1 : 0);
-    rows->clear();
-    // The row to start from is taken from the column that is asked for.
-    for (int32_t tile = tilePos[0]; tile < firstRow.tile; ++tile)
-        rows->push_back({tile, 0, tileHeight, 0});
-    if (tilePos[0] <= firstRow.tile) rows->push_back(firstRow);
-    return true;
-}
-
 // A pair of images, at least one of them tiled, and a call on it.
-struct Scene {
-    explicit Scene(Random& random)
-        : op(random.of(ops)), pair(anyPair(random)), value(anyValue(random)),
-          cases(op == set ? 2 : random.in(1, 3)), tileSizes{
-                                                      random.in(1, 3) * 8, random.in(1, 3) * 8,
-                                                      random.in(1, 3) * 8, random.in(1, 3) * 8} {
-        for (int32_t side = 1; side < 16; side *= 2)
-            daxSetBorderMode(pair[0], random.in(0, 3), side, random.in(0, 1));
-        const DaxROI roi = regionOf(pair[1]);
-        if (random.chance(60))
-            pos = {{roi.xOffset / tileSizes[2] + (random.chance(40) ? random.in(-1, 3) : 0),
-                    roi.yOffset / tileSizes[3] + (random.chance(40) ? random.in(-1, 3) : 0)}};
+struct Scene : kit::Scene {
+    Scene(Random& random, Op theOp)
+        : kit::Scene(random, anyPair(random), theOp == set ? 2 : random.in(1, 3), 60), op(theOp),
+          value(anyValue(random)) {
+        kit::setAnyBorders(random, images[0]);
     }
 
     bool bothTiled() const { return cases == 3; }
     bool replacesRoi() const { return op != set && !bothTiled(); }
 
     const Op op;
-    std::vector<Image> pair;
     const int32_t value;
-    const int32_t cases; // 1 the source is tiled, 2 the destination, 3 both
-    const int32_t tileSizes[4];
-    std::optional<std::array<int32_t, 2>> pos;
 };
 
-// A fresh set of its images, for the call or for the model.
-struct Trial {
+struct Trial : kit::Trial {
     explicit Trial(const Scene& theScene, int32_t failRequest = 0)
-        : scene(theScene), images(scene.pair) {
+        : kit::Trial(theScene), scene(theScene) {
         log.failRequest = failRequest;
-        for (size_t i = 0; i < 2; ++i) {
-            if ((scene.cases >> i & 1) != 0)
-                tiled[i].emplace(images[i], "AD"[i], scene.tileSizes[2 * i],
-                                 scene.tileSizes[2 * i + 1], log);
-            planes[i] = {&images[i], tiled[i] ? &*tiled[i] : nullptr};
-            arguments[i] = tiled[i] ? *tiled[i] : static_cast<DaxImage*>(images[i]);
-            callersRoi[i] = arguments[i]->roi;
-        }
+        for (size_t i = 0; i < 2; ++i) planes[i] = {&images[i], tiled[i] ? &*tiled[i] : nullptr};
     }
 
-    void call() {
-        carryOut(scene.op, arguments[0], arguments[1], scene.value,
-                 scene.pos ? scene.pos->data() : nullptr);
-    }
+    void call() { carryOut(scene.op, argument(0), argument(1), scene.value, tilePos()); }
 
     // The same by the model, up to a number of tiles; false when `tilePos` names none.
     bool model(size_t tiles = SIZE_MAX) {
         const int walked = scene.cases == 1 ? 0 : 1;
-        const DaxROI roi[] = {regionOf(arguments[0]), regionOf(arguments[1])};
+        const DaxROI roi[] = {regionOf(argument(0)), regionOf(argument(1))};
         const bool alone = scene.op == set;
         const int32_t width = alone ? roi[1].width : std::min(roi[0].width, roi[1].width);
         const int32_t height = alone ? roi[1].height : std::min(roi[0].height, roi[1].height);
-        const int32_t* size = &scene.tileSizes[2 * walked];
-        std::vector<Share> columns = sharesOf(roi[walked].xOffset, width, size[0]);
-        std::vector<Share> rows = sharesOf(roi[walked].yOffset, height, size[1]);
-        if (walked == 1 &&
-            !narrow(&columns, &rows, scene.pos ? scene.pos->data() : nullptr, size[1]))
-            return false;
+        const int32_t* size = &scene.sizes[2 * walked];
+        std::vector<Share> columns = kit::sharesOf(roi[walked].xOffset, width, size[0]);
+        std::vector<Share> rows = kit::sharesOf(roi[walked].yOffset, height, size[1]);
+        if (walked == 1 && !kit::narrow(&columns, &rows, tilePos(), size[1])) return false;
         const char* mode = walked == 0 && scene.op == copy ? " read " : " write ";
         for (const Share& row : rows)
             for (const Share& col : columns) {
@@ -297,9 +238,9 @@ struct Trial {
                 if (scene.bothTiled())
                     moveThroughCopy(part);
                 else
-                    moveByModel(scene.op, planes[0], Channels(arguments[0]), planes[1],
-                                Channels(arguments[1]), part,
-                                clamped(scene.pair[1]->depth, scene.value));
+                    moveByModel(scene.op, planes[0], Channels(argument(0)), planes[1],
+                                Channels(argument(1)), part,
+                                clamped(scene.images[1]->depth, scene.value));
                 ask("AD"[walked], " release ", col, row);
             }
         return true;
@@ -308,7 +249,7 @@ struct Trial {
     // The source's rectangle is read as a whole, with what lies beyond the image, before anything
     // is written.
     void moveThroughCopy(const Rectangle& part) {
-        Shape shape = scene.pair[0].shape();
+        Shape shape = scene.images[0].shape();
         loose |= part.srcX + part.width > shape.width || part.srcY + part.height > shape.height;
         shape.width = part.width;
         shape.height = part.height;
@@ -319,8 +260,8 @@ struct Trial {
                 for (int32_t x = 0; x < part.width; ++x)
                     rectangle.set(x, y, c, ownBorderPixel(now, part.srcX + x, part.srcY + y, c));
         onSource(part, " read ");
-        const Channels from(arguments[0]);
-        const Channels to(arguments[1]);
+        const Channels from(argument(0));
+        const Channels to(argument(1));
         if (scene.op == exchange) {
             onSource(part, " write ");
             moveByModel(copy, planes[1], to, planes[0], from,
@@ -331,8 +272,8 @@ struct Trial {
     }
 
     void onSource(const Rectangle& part, const char* mode) {
-        for (const Share& row : sharesOf(part.srcY, part.height, scene.tileSizes[1]))
-            for (const Share& col : sharesOf(part.srcX, part.width, scene.tileSizes[0])) {
+        for (const Share& row : kit::sharesOf(part.srcY, part.height, scene.sizes[1]))
+            for (const Share& col : kit::sharesOf(part.srcX, part.width, scene.sizes[0])) {
                 ask('A', mode, col, row);
                 ask('A', " release ", col, row);
             }
@@ -353,35 +294,14 @@ struct Trial {
     }
 
     const Scene& scene;
-    std::vector<Image> images;
-    kit::TileLog log;
-    std::optional<kit::Tiles> tiled[2];
     Plane planes[2];
-    DaxImage* arguments[2];
-    DaxROI* callersRoi[2];
     bool loose = false;
 };
-
-// All bytes of an image, those of its edge tiles beyond the image and of the tiles behind them
-// included.
-void expectSame(Trial& is, Trial& expected, size_t i) {
-    SCOPED_TRACE(std::string("image ") + "AD"[i] + " of " + names[is.scene.op]);
-    if (!is.tiled[i]) {
-        EXPECT_EQ(byteDifference(is.images[i], expected.images[i]), "");
-        return;
-    }
-    const DaxROI roi = regionOf(is.images[i]);
-    for (int32_t row = 0; row <= (roi.yOffset + roi.height) / is.tiled[i]->info.height; ++row)
-        for (int32_t col = 0; col <= (roi.xOffset + roi.width) / is.tiled[i]->info.width; ++col)
-            EXPECT_EQ(
-                byteDifference(is.tiled[i]->tile(col, row), expected.tiled[i]->tile(col, row)), "")
-                << "tile " << col << "," << row;
-}
 
 TEST(Movers, TiledImages) {
     kit::forSeeds(1500, [](Random& random) {
         kit::Reports reports;
-        const Scene scene(random);
+        const Scene scene(random, random.of(ops));
         Trial is(scene);
         Trial expected(scene);
         const bool named = expected.model();
@@ -389,9 +309,9 @@ TEST(Movers, TiledImages) {
         EXPECT_EQ(is.lines(expected.loose), expected.lines(expected.loose));
         EXPECT_EQ(reports.take(), Lines());
         for (size_t i = 0; i < 2; ++i) {
-            expectSame(is, expected, i);
+            is.expectSame(expected, i);
             const bool left = !named && i == 0 && scene.replacesRoi();
-            EXPECT_EQ(is.arguments[i]->roi == is.callersRoi[i], !left);
+            EXPECT_EQ(is.argument(i)->roi == is.callersRoi[i], !left);
         }
     });
 }
@@ -403,7 +323,7 @@ TEST(Movers, TilesThatCantBeHad) {
     kit::forSeeds(150, [](Random& random) {
         kit::Reports reports;
         const kit::StandIn platform;
-        const Scene scene(random);
+        const Scene scene(random, random.of(ops));
         const char walked = scene.cases == 1 ? 'A' : 'D';
         const std::string failure = std::string("-2 ") + names[scene.op] +
                                     " daxSCE Error get tile to " +
@@ -423,14 +343,14 @@ TEST(Movers, TilesThatCantBeHad) {
             Trial expected(scene);
             expected.model(tiles);
             is.call();
-            expectSame(is, expected, 1);
-            EXPECT_EQ(is.arguments[walked == 'A']->roi == is.callersRoi[walked == 'A'],
+            is.expectSame(expected, 1);
+            EXPECT_EQ(is.argument(walked == 'A')->roi == is.callersRoi[walked == 'A'],
                       !scene.replacesRoi());
             EXPECT_EQ(platform.live(), 0u);
             if (line[0] == walked || line[2] == 'r') {
                 EXPECT_EQ(is.log.lines, lines);
                 EXPECT_EQ(reports.take(), line[0] == walked ? Lines{failure} : Lines());
-                expectSame(is, expected, 0);
+                is.expectSame(expected, 0);
                 continue;
             }
             // The copy back to the source fails: its tile of the destination still goes, and the
