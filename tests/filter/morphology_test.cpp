@@ -1,11 +1,9 @@
 // Erosion, dilation, opening and closing against a plain model of passes and iterations.
 
+#include "filter/window.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
-#include "kit/shapes.h"
 #include "kit/tiles.h"
-
-#include "frame/border.h"
 
 #include <algorithm>
 #include <functional>
@@ -29,20 +27,12 @@ constexpr Operation operations[] = {{"daxErode", daxErode, false, false},
                                     {"daxOpen", daxOpen, true, false},
                                     {"daxClose", daxClose, true, true}};
 
-DaxROI regionOf(const DaxImage* image) {
-    if (image->roi == nullptr) return {0, 0, 0, image->height, image->width};
-    DaxROI roi = *image->roi;
-    roi.height = std::min(roi.height, image->height - roi.yOffset);
-    roi.width = std::min(roi.width, image->width - roi.xOffset);
-    return roi;
-}
-
 // One pass over one channel of each image. The pixels around the region are the source's at the
 // pass's start; the source may be the destination.
 void passByModel(bool dilates, Image& src, Image& dst, int32_t iterations, bool fromDestination,
                  int32_t srcChannel, int32_t dstChannel) {
-    const DaxROI from = regionOf(src.operator->());
-    const DaxROI to = regionOf(dst.operator->());
+    const DaxROI from = window::cutRegion(src.operator->());
+    const DaxROI to = window::cutRegion(dst.operator->());
     const int32_t height = std::min(from.height, to.height);
     const int32_t width = std::min(from.width, to.width);
     if (height <= 0 || width <= 0) return;
@@ -52,13 +42,8 @@ void passByModel(bool dilates, Image& src, Image& dst, int32_t iterations, bool 
     };
     std::vector<int64_t> now(at(width, height) + 1);
     for (int32_t y = -1; y <= height; ++y)
-        for (int32_t x = -1; x <= width; ++x) {
-            uint8_t bytes[4];
-            const uint32_t sample =
-                ownBorderPixel(src, from.xOffset + x, from.yOffset + y, srcChannel);
-            kit::writeSample(bytes, DAX_DEPTH_32S, static_cast<int32_t>(sample));
-            now[at(x, y)] = kit::readSample(bytes, dst->depth, dst->depth == DAX_DEPTH_1U ? 7 : 0);
-        }
+        for (int32_t x = -1; x <= width; ++x)
+            now[at(x, y)] = window::storedAt(src, from.xOffset + x, from.yOffset + y, srcChannel);
     if (fromDestination)
         for (int32_t y = 0; y < height; ++y)
             for (int32_t x = 0; x < width; ++x)
@@ -87,8 +72,8 @@ bool served(int32_t depth) {
 void carryOutByModel(const Operation& operation, Image& src, Image& dst, int32_t iterations) {
     if (!served(dst->depth)) return;
     const auto pass = [&](bool dilates, int32_t count, bool fromDestination) {
-        const DaxROI from = regionOf(src.operator->());
-        const DaxROI to = regionOf(dst.operator->());
+        const DaxROI from = window::cutRegion(src.operator->());
+        const DaxROI to = window::cutRegion(dst.operator->());
         const bool one = from.coi != 0 || src->nChannels == 1;
         for (int32_t channel = 1; channel <= (one ? 1 : src->nChannels); ++channel)
             passByModel(dilates, src, dst, count, fromDestination,
@@ -104,11 +89,6 @@ void carryOutByModel(const Operation& operation, Image& src, Image& dst, int32_t
     }
 }
 
-void setAnyBorders(Random& random, DaxImage* image) {
-    for (int32_t side = 1; side <= 8; side *= 2)
-        daxSetBorderMode(image, random.in(0, 3), side, random.oneOf({0, 1, -1, 2, 200, 40000}));
-}
-
 std::vector<Image> anyPair(Random& random, bool tileable = false) {
     std::vector<Shape> shapes = kit::fittingShapes(random, 2, tileable);
     const int32_t depth = served(shapes[0].depth) || random.chance(10) ? shapes[0].depth
@@ -120,7 +100,7 @@ std::vector<Image> anyPair(Random& random, bool tileable = false) {
         shape.origin = shapes[0].origin;
     }
     std::vector<Image> images = kit::filledImages(random, shapes);
-    setAnyBorders(random, images[0]);
+    window::anyBorders(random, images[0]);
     return images;
 }
 
@@ -173,7 +153,7 @@ TEST(Morphology, WideRows) {
                         byte = static_cast<uint8_t>(operation.dilatesFirst ? byte & more
                                                                            : byte | more);
                     }
-                setAnyBorders(random, src);
+                window::anyBorders(random, src);
                 shape.roi->xOffset = random.in(0, 70);
                 const Image dst(shape, random);
                 expectLikeModel(operation, src, dst, false, 1);

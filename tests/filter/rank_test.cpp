@@ -1,8 +1,8 @@
 // The rank filters against a plain model of the window, in every way that a region can be cut.
 
+#include "filter/window.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
-#include "kit/shapes.h"
 #include "kit/tiles.h"
 
 #include <algorithm>
@@ -14,6 +14,7 @@ namespace {
 using kit::Image;
 using kit::Random;
 using kit::Shape;
+using window::cutRegion;
 
 enum Op { largest, smallest, median };
 
@@ -49,35 +50,6 @@ void call(const Filter& filter, DaxImage* src, DaxImage* dst, const Window& wind
     filter.call(src, dst, window.nRows, window.nCols, window.anchorX, window.anchorY, mapping);
 }
 
-int64_t inside(int32_t mode, int64_t at, int64_t n) {
-    if (mode == DAX_BORDER_REPLICATE) return std::clamp<int64_t>(at, 0, n - 1);
-    while (at < 0 || at >= n) {
-        if (mode == DAX_BORDER_WRAP)
-            at += at < 0 ? n : -n;
-        else
-            at = at < 0 ? -1 - at : 2 * n - 1 - at;
-    }
-    return at;
-}
-
-// A sample in or beyond an image; a constant as the depth keeps it.
-int64_t sampleAt(const Image& image, int32_t x, int32_t y, int32_t channel) {
-    int32_t side = -1;
-    if (x < 0) side = 2;
-    if (x >= image->width) side = 3;
-    if (y < 0) side = 0;
-    if (y >= image->height) side = 1;
-    if (side < 0) return image.get(x, y, channel);
-    const int32_t mode = image->borderModes[side];
-    if (mode == DAX_BORDER_CONST) {
-        uint8_t bytes[4];
-        kit::writeSample(bytes, DAX_DEPTH_32S, image->borderConsts[side]);
-        return kit::readSample(bytes, image->depth, image->depth == DAX_DEPTH_1U ? 7 : 0);
-    }
-    return image.get(static_cast<int32_t>(inside(mode, x, image->width)),
-                     static_cast<int32_t>(inside(mode, y, image->height)), channel);
-}
-
 using Sampler = std::function<int64_t(int32_t x, int32_t y, int32_t channel)>;
 
 int64_t ranked(Op op, const Window& window, int32_t u, int32_t v, int32_t channel,
@@ -92,14 +64,6 @@ int64_t ranked(Op op, const Window& window, int32_t u, int32_t v, int32_t channe
                            : values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), place, values.end());
     return *place;
-}
-
-DaxROI cutRegion(const DaxImage* image) {
-    if (image->roi == nullptr) return {0, 0, 0, image->height, image->width};
-    DaxROI roi = *image->roi;
-    roi.height = std::min(roi.height, image->height - roi.yOffset);
-    roi.width = std::min(roi.width, image->width - roi.xOffset);
-    return roi;
 }
 
 std::vector<std::pair<int32_t, int32_t>> channelPairs(Op op, const DaxImage* src,
@@ -122,19 +86,13 @@ void filterByModel(Op op, const Image& src, Image& dst, const Window& window) {
     const DaxROI from = cutRegion(src.operator->());
     const DaxROI to = cutRegion(dst.operator->());
     const auto sample = [&](int32_t x, int32_t y, int32_t channel) {
-        return sampleAt(src, x, y, channel);
+        return window::storedAt(src, x, y, channel);
     };
     for (const auto& [read, written] : channelPairs(op, src.operator->(), dst.operator->()))
         for (int32_t y = 0; y < std::min(from.height, to.height); ++y)
             for (int32_t x = 0; x < std::min(from.width, to.width); ++x)
                 dst.set(to.xOffset + x, to.yOffset + y, written,
                         ranked(op, window, from.xOffset + x, from.yOffset + y, read, sample));
-}
-
-void setAnyBorders(Random& random, DaxImage* image) {
-    for (int32_t side = 1; side <= 8; side *= 2)
-        daxSetBorderMode(image, random.in(0, 3), side,
-                         random.oneOf({0, 1, -1, 2, 200, 300, 40000, -70000}));
 }
 
 // Few different values make equal ones frequent, smooth rows let histograms slide.
@@ -158,7 +116,7 @@ bool settled(const Image& src, const Image& dst) {
 
 std::vector<Image> anyPair(Random& random, bool tileable = false) {
     std::vector<Image> images = kit::filledImages(random, kit::fittingShapes(random, 2, tileable));
-    setAnyBorders(random, images[0]);
+    window::anyBorders(random, images[0]);
     makePlainer(random, images[0]);
     return images;
 }
@@ -208,7 +166,7 @@ TEST(Rank, WideImages) {
                                      .roi = DaxROI{0, random.in(0, 40), 8, 2, 2000}};
                 Image src(shape, random);
                 makePlainer(random, src);
-                setAnyBorders(random, src);
+                window::anyBorders(random, src);
                 const Window window = anchored(random, nRows, nCols);
                 for (const Filter& filter : filters) {
                     Image expected(shape);
@@ -308,7 +266,7 @@ void filterInPlaceByModel(Op op, Image& image, const Window& window) {
         const Block block = {x - window.anchorX, y - window.anchorY, x, y, height, width};
         const bool live = direct && op == median && image->depth != DAX_DEPTH_1U;
         const Sampler sample = [&](int32_t u, int32_t v, int32_t channel) {
-            return live ? image.get(u, v, channel) : sampleAt(before, u, v, channel);
+            return live ? image.get(u, v, channel) : window::storedAt(before, u, v, channel);
         };
         for (const auto& [channel, same] :
              channelPairs(op, image.operator->(), image.operator->())) {
@@ -350,7 +308,7 @@ void filterInPlaceByModel(Op op, Image& image, const Window& window) {
 TEST(Rank, InPlace) {
     kit::forSeeds(1500, [](Random& random) {
         Image image(kit::anyShape(random), random);
-        setAnyBorders(random, image);
+        window::anyBorders(random, image);
         makePlainer(random, image);
         const Filter& filter = random.of(filters);
         const Window window = anyWindow(random);

@@ -39,6 +39,17 @@ inline int64_t asStored(int64_t value, int32_t depth) {
     return low + kit::leastOf(depth);
 }
 
+inline int64_t storedAt(const kit::Image& image, int32_t x, int32_t y, int32_t channel) {
+    return asStored(sampleAt(image, x, y, channel), image->depth);
+}
+
+// Constants that all depths make something else of.
+inline void anyBorders(kit::Random& random, DaxImage* image) {
+    for (int32_t side = 1; side <= 8; side *= 2)
+        daxSetBorderMode(image, random.in(0, 3), side,
+                         random.oneOf({0, 1, -1, 2, 200, 300, 40000, -70000}));
+}
+
 inline void anyBorders(kit::Random& random, DaxImage* image, bool bits) {
     for (int32_t side = 0; side < 4; ++side)
         daxSetBorderMode(image, random.in(0, 3), 1 << side,
@@ -50,11 +61,17 @@ struct Rect {
 };
 
 // The region, cut at the right and the lower edge.
+inline DaxROI cutRegion(const DaxImage* image) {
+    if (image->roi == nullptr) return {0, 0, 0, image->height, image->width};
+    DaxROI roi = *image->roi;
+    roi.height = std::min(roi.height, image->height - roi.yOffset);
+    roi.width = std::min(roi.width, image->width - roi.xOffset);
+    return roi;
+}
+
 inline Rect regionOf(const DaxImage* image) {
-    if (image->roi == nullptr) return {0, 0, image->height, image->width};
-    const DaxROI& roi = *image->roi;
-    return {roi.xOffset, roi.yOffset, std::min(roi.height, image->height - roi.yOffset),
-            std::min(roi.width, image->width - roi.xOffset)};
+    const DaxROI roi = cutRegion(image);
+    return {roi.xOffset, roi.yOffset, roi.height, roi.width};
 }
 
 } // namespace window
