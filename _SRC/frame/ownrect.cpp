@@ -11,6 +11,8 @@ int32_t cutSize(int32_t offset, int32_t size, int32_t limit) {
     return int64_t{offset} + size > limit ? limit - offset : size;
 }
 
+constexpr ptrdiff_t endless = PTRDIFF_MAX;
+
 } // namespace
 
 void ownRoiRect(const DaxImage* image, DaxRect* rect) {
@@ -108,10 +110,7 @@ OwnTileWalker::OwnTileWalker(const OwnCall& theCall, const OwnWalked* walked, in
         done = true;
         return;
     }
-    for (int32_t i = 0; i < count; ++i) {
-        setUp(images[i]);
-        images[i].y = images[i].rect.begY;
-    }
+    for (int32_t i = 0; i < count; ++i) setUp(images[i]);
     const bool planes = images[0].shadow.dataOrder != DAX_DATA_PIXEL;
     for (int32_t i = 0; i < count; ++i) {
         DaxImage& shadow = images[i].shadow;
@@ -148,112 +147,99 @@ bool OwnTileWalker::narrow(const int32_t* tilePos) {
     return true;
 }
 
-void OwnTileWalker::setUp(Image& at) {
-    if (!at.tiled()) return;
-    const DaxTileInfo* tiles = at.walked.image->tileInfo;
-    at.shadow.tileInfo = nullptr;
-    at.shadow.width = tiles->width;
-    at.shadow.height = tiles->height;
-    at.shadow.widthStep = static_cast<int32_t>(ownRowStep(&at.shadow));
-    at.tileCol = at.rect.begX / tiles->width;
-    at.tileRow = at.rect.begY / tiles->height;
-    at.tileBegX = at.tileCol * tiles->width;
-    at.tileEndX = at.tileBegX + tiles->width;
-    at.tileBegY = at.tileRow * tiles->height;
-    at.tileEndY = at.tileBegY + tiles->height;
+void OwnTileWalker::Axis::start(ptrdiff_t first) {
+    at = first;
+    tile = first / size;
+    begin = tile * size;
 }
 
-bool OwnTileWalker::fetch(Image& at, ptrdiff_t col) {
-    if (call.rejects(!at.tile.request(col, at.tileRow, at.mode), at.walked.texts.missing, line))
+void OwnTileWalker::Axis::nextTile() {
+    ++tile;
+    begin += size;
+}
+
+void OwnTileWalker::Axis::share(ptrdiff_t end, int32_t* offset, int32_t* length) const {
+    const ptrdiff_t last = begin + size < end ? begin + size : end;
+    *offset = static_cast<int32_t>(at - begin);
+    *length = static_cast<int32_t>(last - at);
+}
+
+void OwnTileWalker::setUp(Image& at) {
+    const DaxTileInfo* tiles = at.walked.image->tileInfo;
+    if (tiles != nullptr) {
+        at.shadow.tileInfo = nullptr;
+        at.shadow.width = tiles->width;
+        at.shadow.height = tiles->height;
+        at.shadow.widthStep = static_cast<int32_t>(ownRowStep(&at.shadow));
+    }
+    at.x.size = tiles != nullptr ? tiles->width : endless;
+    at.y.size = tiles != nullptr ? tiles->height : endless;
+    at.y.start(at.rect.begY);
+}
+
+bool OwnTileWalker::fetch(Image& at) {
+    if (!at.tiled()) return true;
+    if (call.rejects(!at.tile.request(at.x.tile, at.y.tile, at.mode), at.walked.texts.missing,
+                     line))
         return false;
     at.shadow.imageData = at.tile.data();
     return true;
 }
 
 bool OwnTileWalker::drop(Image& at) {
-    return !call.rejects(!at.tile.release(), at.walked.texts.kept, line);
+    return !at.tiled() || !call.rejects(!at.tile.release(), at.walked.texts.kept, line);
 }
 
 bool OwnTileWalker::startBand() {
-    for (int32_t i = 0; i < count; ++i) {
-        Image& at = images[i];
-        if (!at.tiled()) {
-            at.roi.yOffset = at.y;
-            at.roi.height = at.rect.endY - at.y;
-            continue;
-        }
-        const int32_t tileHeight = at.walked.image->tileInfo->height;
-        if (at.y >= at.tileEndY) {
-            at.tileBegY += tileHeight;
-            at.tileEndY += tileHeight;
-            ++at.tileRow;
-        }
-        if (!fetch(at, at.tileCol)) return false;
-        const ptrdiff_t endY = at.tileEndY < at.rect.endY ? at.tileEndY : at.rect.endY;
-        at.roi.yOffset = static_cast<int32_t>(at.y - at.tileBegY);
-        at.roi.height = static_cast<int32_t>(endY - at.y);
-    }
     bandHeight = INT32_MAX;
-    for (int32_t i = 0; i < count; ++i)
-        if (images[i].roi.height < bandHeight) bandHeight = images[i].roi.height;
     for (int32_t i = 0; i < count; ++i) {
         Image& at = images[i];
-        at.roi.height = bandHeight;
-        at.curBegX = at.tileBegX;
-        at.curEndX = at.tileEndX;
-        at.curCol = at.tileCol;
-        at.x = at.rect.begX;
+        if (at.y.past()) at.y.nextTile();
+        at.x.start(at.rect.begX);
+        if (!fetch(at)) return false;
+        at.y.share(at.rect.endY, &at.roi.yOffset, &at.roi.height);
+        if (at.roi.height < bandHeight) bandHeight = at.roi.height;
     }
+    for (int32_t i = 0; i < count; ++i) images[i].roi.height = bandHeight;
     return true;
 }
 
 bool OwnTileWalker::startPiece() {
+    pieceWidth = INT32_MAX;
     for (int32_t i = 0; i < count; ++i) {
         Image& at = images[i];
-        if (!at.tiled()) {
-            at.roi.xOffset = at.x;
-            at.roi.width = at.rect.endX - at.x;
-            continue;
-        }
-        if (at.x >= at.curEndX) {
+        if (at.x.past()) {
             if (!drop(at)) return false;
-            const int32_t tileWidth = at.walked.image->tileInfo->width;
-            at.curBegX += tileWidth;
-            at.curEndX += tileWidth;
-            ++at.curCol;
-            if (!fetch(at, at.curCol)) return false;
+            at.x.nextTile();
+            if (!fetch(at)) return false;
         }
-        const ptrdiff_t endX = at.curEndX < at.rect.endX ? at.curEndX : at.rect.endX;
-        at.roi.xOffset = static_cast<int32_t>(at.x - at.curBegX);
-        at.roi.width = static_cast<int32_t>(endX - at.x);
+        at.x.share(at.rect.endX, &at.roi.xOffset, &at.roi.width);
+        if (at.roi.width < pieceWidth) pieceWidth = at.roi.width;
     }
-    pieceWidth = INT32_MAX;
-    for (int32_t i = 0; i < count; ++i)
-        if (images[i].roi.width < pieceWidth) pieceWidth = images[i].roi.width;
     for (int32_t i = 0; i < count; ++i) images[i].roi.width = pieceWidth;
     return true;
 }
 
 bool OwnTileWalker::endBand() {
     for (int32_t i = 0; i < count; ++i)
-        if (images[i].tiled() && !drop(images[i])) return false;
+        if (!drop(images[i])) return false;
     return true;
 }
 
 bool OwnTileWalker::next() {
     if (inBand)
-        for (int32_t i = 0; i < count; ++i) images[i].x += pieceWidth;
+        for (int32_t i = 0; i < count; ++i) images[i].x.at += pieceWidth;
     while (!done) {
         if (!inBand) {
-            if (images[0].y >= images[0].rect.endY || !startBand()) break;
+            if (images[0].y.at >= images[0].rect.endY || !startBand()) break;
             inBand = true;
         }
-        if (images[0].x < images[0].rect.endX) {
+        if (images[0].x.at < images[0].rect.endX) {
             if (!startPiece()) break;
             return true;
         }
         if (!endBand()) break;
-        for (int32_t i = 0; i < count; ++i) images[i].y += bandHeight;
+        for (int32_t i = 0; i < count; ++i) images[i].y.at += bandHeight;
         inBand = false;
     }
     done = true;

@@ -104,6 +104,21 @@ public:
 private:
     static constexpr int32_t maxImages = 3;
 
+    // One axis of an image: where the walk stands, and the tile there. An image that isn't tiled is
+    // one tile without an end.
+    struct Axis {
+        ptrdiff_t at;
+        ptrdiff_t size;  // of a tile
+        ptrdiff_t tile;  // its index
+        ptrdiff_t begin; // its first coordinate
+
+        void start(ptrdiff_t first);
+        bool past() const { return at >= begin + size; }
+        void nextTile();
+        // What lies in the tile and before `end`: its place in the tile, and its length.
+        void share(ptrdiff_t end, int32_t* offset, int32_t* length) const;
+    };
+
     struct Image {
         OwnWalked walked;
         OwnTile tile;
@@ -111,11 +126,8 @@ private:
         DaxROI roi;
         DaxRect rect;
         int32_t mode;
-        int32_t x;
-        int32_t y;
-        // Bounds and index of the tile at the left edge of the band, and along the band.
-        ptrdiff_t tileBegX, tileEndX, tileBegY, tileEndY, tileCol, tileRow;
-        ptrdiff_t curBegX, curEndX, curCol;
+        Axis x;
+        Axis y;
 
         bool tiled() const { return walked.image->tileInfo != nullptr; }
     };
@@ -125,7 +137,7 @@ private:
     bool startBand();
     bool startPiece();
     bool endBand();
-    bool fetch(Image& at, ptrdiff_t col);
+    bool fetch(Image& at);
     bool drop(Image& at);
 
     const OwnCall& call;
