@@ -126,7 +126,9 @@ Outcome findRectangle(OwnFftPlan* plan, const DaxImage* srcImage, const DaxImage
     if (plan->fftW < 1 || plan->fftH < 1) return Outcome::nothing;
     plan->fftOrderW = orderOf(plan->fftW);
     plan->fftOrderH = orderOf(plan->fftH);
-    return Outcome::done;
+    const bool onlySkipped = plan->fftChannelFirst == plan->fftChannelSkip &&
+                             plan->fftChannelEnd == plan->fftChannelFirst + 1;
+    return onlySkipped ? Outcome::nothing : Outcome::done;
 }
 
 bool accepted(DaxImage* srcImage, DaxImage* dstImage, int32_t flags) {
@@ -139,9 +141,10 @@ bool accepted(DaxImage* srcImage, DaxImage* dstImage, int32_t flags) {
            dstImage->depth != DAX_DEPTH_1U;
 }
 
+// What isn't accepted leaves the plan as it was.
 Outcome makePlan(OwnFftPlan* plan, DaxImage* srcImage, DaxImage* dstImage, int32_t flags) {
-    *plan = {};
     if (!accepted(srcImage, dstImage, flags)) return Outcome::bad;
+    *plan = {};
     plan->fftSrcWidth = srcImage->width;
     plan->fftSrcHeight = srcImage->height;
     plan->fftSrcStep = srcImage->widthStep;
@@ -160,15 +163,10 @@ Outcome makePlan(OwnFftPlan* plan, DaxImage* srcImage, DaxImage* dstImage, int32
     const bool skips = srcImage->alphaChannel > 0 && (flags & DAX_FFT_ALPHA) == 0;
     plan->fftChannelSkip = skips ? srcImage->alphaChannel - 1 : -1;
     const Outcome outcome = findRectangle(plan, srcImage, dstImage);
-    if (outcome != Outcome::done) return outcome;
-    if (skips && plan->fftChannelFirst == plan->fftChannelSkip &&
-        plan->fftChannelEnd == plan->fftChannelFirst + 1)
-        return Outcome::nothing;
     constexpr int64_t fewPixels = 128;
     const bool few = int64_t{plan->fftW} * plan->fftH <= fewPixels;
     plan->fftUseInt = (flags & DAX_FFT_USEINT) != 0 || ((flags & DAX_FFT_USEFLOAT) == 0 && few);
-    plan->made = true;
-    return Outcome::done;
+    return outcome;
 }
 
 bool transformChannel(OwnFft* fft, OwnFftWay way) {
@@ -215,10 +213,10 @@ void run(const OwnCall& call, OwnFftWay way, DaxImage* srcImage, DaxImage* dstIm
     if (call.rejects(map != nullptr, "(map!=((void*)(0)))")) return;
 
     Outcome outcome = Outcome::bad;
-    if (fft != nullptr && (flags & DAX_FFT_REPEAT) == 0)
-        outcome = makePlan(&fft->plan, srcImage, dstImage, flags);
-    else if (fft != nullptr && fft->plan.made)
-        outcome = findRectangle(&fft->plan, srcImage, dstImage);
+    // The plan of a thread that has made none is of no pixels.
+    if (fft != nullptr)
+        outcome = (flags & DAX_FFT_REPEAT) == 0 ? makePlan(&fft->plan, srcImage, dstImage, flags)
+                                                : findRectangle(&fft->plan, srcImage, dstImage);
     if (fails(call, outcome)) return;
     fails(call, transform(fft, way));
     if ((flags & DAX_FFT_KEEP) == 0) freeTables(fft);

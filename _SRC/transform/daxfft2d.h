@@ -26,7 +26,6 @@ struct OwnFftPlan {
     int32_t fftDirection; // 1 forward, -1 inverse
     int32_t fftScale;
     int32_t fftUseInt;
-    bool made;
 };
 
 // Coefficients of the fixed-point engine for one length: four words for each k, c, s, -s and c,
@@ -90,25 +89,31 @@ bool ownFixedFft(OwnFft* fft, OwnFftWay way);
 constexpr ptrdiff_t ownFftLanes = 8;
 constexpr ptrdiff_t ownFftRows = 2 * ownFftLanes;
 
+// The complex frequencies 1, 2, ... of all rows stand in blocks of eight: a row of a block has
+// eight real and eight imaginary parts, so that columns are read from one run of memory.
+constexpr ptrdiff_t ownFftBlockRow = 2 * ownFftLanes;
+
 struct OwnFftTable {
     void (*fetch[5])(const char* src, ptrdiff_t step, int32_t* to, ptrdiff_t count);
     // Floats times a scale: rounded to nearest, or cut towards zero.
     void (*round[5])(const float* from, float scale, char* dst, ptrdiff_t step, ptrdiff_t count);
     void (*cut[5])(const float* from, float scale, char* dst, ptrdiff_t step, ptrdiff_t count);
     void (*narrow[5])(const int32_t* from, char* dst, ptrdiff_t step, ptrdiff_t count);
-    // Eight rows of samples into lanes and back; `count` is rounded up to a multiple of 4.
-    void (*toLanes)(const int32_t* rows, ptrdiff_t pitch, double* lanes, ptrdiff_t count);
+    // Eight rows of 32-bit samples into lanes and back; `count` is rounded up to a multiple of 4.
+    void (*toLanes)(const char* rows, ptrdiff_t rowStep, double* lanes, ptrdiff_t count);
     void (*fromLanes)(const double* lanes, float* rows, ptrdiff_t pitch, ptrdiff_t count);
-    // The transforms of 2 * 8 real rows apart and together. `pairs` has the complex frequencies 1,
-    // 2, ... of each row, `ends` the frequency 0 of each and then the middle one, `count` further
-    // on.
-    void (*separate)(OwnLanes lanes, ptrdiff_t width, float* pairs, ptrdiff_t pitch, float* ends,
-                     ptrdiff_t count);
-    void (*merge)(const float* pairs, ptrdiff_t pitch, const float* ends, ptrdiff_t count,
+    // The transforms of 2 * 8 real rows apart and together. `ends` has the frequency 0 of each and
+    // then the middle one, `count` further on.
+    void (*separate)(OwnLanes lanes, ptrdiff_t width, float* blocks, ptrdiff_t blockStep,
+                     float* ends, ptrdiff_t count);
+    void (*merge)(float* blocks, ptrdiff_t blockStep, const float* ends, ptrdiff_t count,
                   OwnLanes lanes, ptrdiff_t width);
-    // Eight complex columns into lanes and back.
-    void (*fromPairs)(const float* pairs, ptrdiff_t pitch, OwnLanes lanes, ptrdiff_t height);
-    void (*toPairs)(OwnLanes lanes, float* pairs, ptrdiff_t pitch, ptrdiff_t height);
+    // The columns of a block into lanes and back.
+    void (*fromBlock)(const float* block, OwnLanes lanes, ptrdiff_t height);
+    void (*toBlock)(OwnLanes lanes, float* block, ptrdiff_t height);
+    // A row of all blocks as pairs and back; `frequencies` is rounded up to whole blocks.
+    void (*toRow)(const float* blocks, ptrdiff_t blockStep, float* row, ptrdiff_t frequencies);
+    void (*fromRow)(const int32_t* row, float* blocks, ptrdiff_t blockStep, ptrdiff_t frequencies);
 };
 
 struct OwnFftKernels {

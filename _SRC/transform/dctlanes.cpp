@@ -48,7 +48,7 @@ const double* cosinesFor(OwnDct* dct, int32_t length) {
 
 bool OwnDctLength::prepare(OwnDct* dct, int32_t length, bool fixed, bool isInverse) {
     n = length;
-    whole = fixed;
+    words = fixed;
     inverse = isInverse;
     if (std::has_single_bit(static_cast<uint32_t>(length))) {
         // Longer lists take the place of shorter ones, so they are looked up when they are used.
@@ -66,26 +66,26 @@ OwnLanes OwnDctLength::run(OwnLanes data, OwnLanes work) const {
     if (n == 1) return data;
     const OwnDctTable& rows = ownRows<OwnDctKernels>();
     if (fourier == nullptr) {
-        const auto split = rows.split[whole ? 1 : 0][inverse ? 1 : 0];
-        const double* const secants = whole ? tables->dctSecantFixed : tables->dctSecant;
+        const auto split = rows.split[inverse ? 1 : 0];
+        const double* const secants = words ? tables->dctSecantFixed : tables->dctSecant;
         split(data.re, work.re, n, secants);
         split(data.im, work.im, n, secants);
         return data;
     }
     const auto other = [&](OwnLanes one) { return one.re == data.re ? work : data; };
     if (!inverse) {
-        rows.fold(data, work, n);
+        rows.fold[0](data, work, n);
         const OwnLanes spectrum = ownFourierRun(fourier, work, data, ownDctLanes);
         const OwnLanes result = other(spectrum);
-        rows.weigh(spectrum, result, n, cosines);
+        rows.weigh[0](spectrum, result, n, cosines);
         return result;
     }
-    rows.unweigh(data, work, n, cosines);
+    rows.weigh[1](data, work, n, cosines);
     const OwnLanes back =
         ownFourierRun(fourier, {work.im, work.re}, {data.im, data.re}, ownDctLanes);
     const OwnLanes sequence = {back.im, back.re};
     const OwnLanes result = other(sequence);
-    rows.unfold(sequence, result, n);
+    rows.fold[1](sequence, result, n);
     return result;
 }
 

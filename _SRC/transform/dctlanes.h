@@ -15,7 +15,7 @@ public:
 
 private:
     int32_t n = 0;
-    bool whole = false;
+    bool words = false;
     bool inverse = false;
     const OwnDct* tables = nullptr;
 

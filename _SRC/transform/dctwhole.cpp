@@ -73,25 +73,15 @@ private:
         kernels.scale(lanes.im, n, factor, factor * root);
     }
 
-    // To the range that the array of the fixed-point engine has.
-    void limit(OwnLanes lanes, ptrdiff_t n) const {
-        if (!fixed) return;
-        limitAll(lanes.re, n * ownDctLanes);
-        limitAll(lanes.im, n * ownDctLanes);
-    }
-
-    static void limitAll(double* numbers, ptrdiff_t count) {
-        for (ptrdiff_t i = 0; i < count; ++i) {
-            const double up = numbers[i] > INT16_MIN ? numbers[i] : INT16_MIN;
-            numbers[i] = up < INT16_MAX ? up : INT16_MAX;
-        }
-    }
-
     OwnLanes transformed(const OwnDctLength& length, ptrdiff_t n, double factor) const {
         if (job.inverse) scale(data, n, factor);
         const OwnLanes result = length.run(data, work);
         if (!job.inverse) scale(result, n, factor);
-        limit(result, n);
+        // The array of the fixed-point engine is of words; a transform's own steps are more exact.
+        if (fixed) {
+            kernels.roundToWords(result.re, n);
+            kernels.roundToWords(result.im, n);
+        }
         return result;
     }
 
@@ -102,8 +92,10 @@ private:
             fetch(job.src.first + (y + k) * job.src.rowStep, job.src.pixelStep, row, width);
             if (fixed && job.inverse) weighEdges(row, y + k);
         }
-        movers.toLanes(samples, wide, data.re, width);
-        movers.toLanes(samples + ownDctLanes * wide, wide, data.im, width);
+        constexpr auto size = static_cast<ptrdiff_t>(sizeof *samples);
+        const char* const bytes = reinterpret_cast<const char*>(samples);
+        movers.toLanes(bytes, wide * size, data.re, width);
+        movers.toLanes(bytes + ownDctLanes * wide * size, wide * size, data.im, width);
         const OwnLanes result = transformed(along, width, 1.0);
         movers.fromLanes(result.re, values + y * pitch, pitch, width);
         movers.fromLanes(result.im, values + (y + ownDctLanes) * pitch, pitch, width);
@@ -179,18 +171,15 @@ private:
 } // namespace
 
 void ownDctBlock(const OwnDctJob& job) {
-    const int32_t n = job.width;
+    const OwnDctBlock& rows = ownRows<OwnDctKernels>().block[job.width == 8 ? 1 : 0];
     const bool fixed = job.src.depth != DAX_DEPTH_32S && job.dst.depth != DAX_DEPTH_32S;
-    const OwnFftTable& movers = ownRows<OwnFftKernels>();
-    const auto fetch = movers.fetch[fetchIndex(job.src, fixed)];
-    const auto narrow = movers.narrow[ownDepthIndex(job.dst.depth)];
     int32_t samples[64];
-    for (int32_t y = 0; y < n; ++y)
-        fetch(job.src.first + y * job.src.rowStep, job.src.pixelStep, samples + y * n, n);
-    ownRows<OwnDctKernels>().block[n == 8 ? 1 : 0][job.inverse ? 1 : 0](samples);
-    for (int32_t i = 0; fixed && i < n * n; ++i) samples[i] = limited16(samples[i]);
-    for (int32_t y = 0; y < n; ++y)
-        narrow(samples + y * n, job.dst.first + y * job.dst.rowStep, job.dst.pixelStep, n);
+    rows.fetch[fetchIndex(job.src, fixed)](job.src.first, job.src.rowStep, job.src.pixelStep,
+                                           samples);
+    rows.run[job.inverse ? 1 : 0](samples, fixed ? INT16_MIN : INT32_MIN,
+                                  fixed ? INT16_MAX : INT32_MAX);
+    rows.store[ownDepthIndex(job.dst.depth)](samples, job.dst.first, job.dst.rowStep,
+                                             job.dst.pixelStep);
 }
 
 bool ownFixedDct(OwnDct* dct, const OwnDctJob& job) { return Rectangle(dct, job, true).run(); }

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr ptrdiff_t lineFloats = 16;
-
 OwnLanes swapped(OwnLanes lanes) { return {lanes.im, lanes.re}; }
 
 // A plan with the two pairs of arrays on which it runs.
@@ -114,9 +112,10 @@ private:
 
     bool prepare() {
         frequencies = (width - 1) / 2;
-        // An odd number of cache lines, so that a column doesn't crowd into one corner of a cache.
-        pitch = ((frequencies + ownFftLanes - 1) / ownFftLanes | 1) * lineFloats;
+        blocks = (frequencies + ownFftLanes - 1) / ownFftLanes;
         allRows = (height + ownFftRows - 1) / ownFftRows * ownFftRows;
+        // A cache line more, so that a row doesn't crowd into one corner of a cache.
+        blockStep = (allRows + 1) * ownFftBlockRow;
         wide = (width + 3) / 4 * 4;
         const OwnFourier* const alongPlan = ownFourier(&fft.fourier, plan.fftW);
         const OwnFourier* const downPlan = ownFourier(&fft.fourier, plan.fftH);
@@ -126,10 +125,11 @@ private:
         if (room < ownFourierRoom(downPlan)) room = ownFourierRoom(downPlan);
         // Some lines more, so that the arrays don't begin at the same place of a page.
         const ptrdiff_t apart = room * ownFftLanes + 40;
-        pairs = fft.buffers.take<float>(allRows * pitch);
+        pairs = fft.buffers.take<float>(blocks * blockStep);
         ends = fft.buffers.take<float>(allRows * 2);
-        samples = fft.buffers.take<int32_t>(wide * ownFftRows);
-        result = fft.buffers.take<float>((wide > allRows ? wide : allRows) * ownFftRows);
+        // A row of whole blocks fits, too.
+        samples = fft.buffers.take<int32_t>((wide + 1) * ownFftRows);
+        result = fft.buffers.take<float>((wide + 1) * ownFftRows);
         double* const numbers = fft.buffers.take<double>(apart * 4);
         if (pairs == nullptr || ends == nullptr || samples == nullptr || result == nullptr ||
             numbers == nullptr)
@@ -139,30 +139,42 @@ private:
         return true;
     }
 
-    // What fills the last eight columns up.
+    // The rest of the last block.
     void clearPadding() {
-        const auto bytes = static_cast<size_t>(pitch - frequencies * 2) * sizeof *pairs;
-        for (ptrdiff_t y = 0; y < allRows; ++y)
-            memset(pairs + y * pitch + frequencies * 2, 0, bytes);
+        if (frequencies % ownFftLanes != 0)
+            memset(pairs + (blocks - 1) * blockStep, 0,
+                   static_cast<size_t>(blockStep) * sizeof *pairs);
+    }
+
+    // Eight rows from the source into lanes, zeroes below the last one.
+    void rowsToLanes(ptrdiff_t y, double* lanes) const {
+        constexpr auto size = static_cast<ptrdiff_t>(sizeof(int32_t));
+        const ptrdiff_t present = height - y < ownFftLanes ? height - y : ownFftLanes;
+        const char* const first = src.first + y * src.rowStep;
+        if (src.depth == DAX_DEPTH_32S && src.pixelStep == size && width % 4 == 0 &&
+            present == ownFftLanes && src.end - first >= 7 * src.rowStep + width * size)
+            return rows.toLanes(first, src.rowStep, lanes, width);
+        for (ptrdiff_t k = 0; k < present; ++k) src.fetchRow(y + k, samples + k * wide, width);
+        for (ptrdiff_t k = present > 0 ? present : 0; k < ownFftLanes; ++k)
+            memset(samples + k * wide, 0, static_cast<size_t>(width) * sizeof *samples);
+        rows.toLanes(reinterpret_cast<const char*>(samples), wide * size, lanes, width);
     }
 
     void sampleRows() {
+        clearPadding();
         memset(samples, 0, static_cast<size_t>(wide * ownFftRows) * sizeof *samples);
         for (ptrdiff_t y = 0; y < height; y += ownFftRows) {
-            for (ptrdiff_t k = 0; k < ownFftRows && y + k < height; ++k)
-                src.fetchRow(y + k, samples + k * wide, width);
-            rows.toLanes(samples, wide, along.data.re, width);
-            rows.toLanes(samples + ownFftLanes * wide, wide, along.data.im, width);
-            rows.separate(along.run(ownFftLanes), width, pairs + y * pitch, pitch, ends + y,
-                          allRows);
+            rowsToLanes(y, along.data.re);
+            rowsToLanes(y + ownFftLanes, along.data.im);
+            rows.separate(along.run(ownFftLanes), width, pairs + y * ownFftBlockRow, blockStep,
+                          ends + y, allRows);
         }
-        clearPadding();
     }
 
     void columns() {
-        for (ptrdiff_t u = 0; u < frequencies; u += ownFftLanes) {
-            rows.fromPairs(pairs + u * 2, pitch, down.data, height);
-            rows.toPairs(down.run(ownFftLanes), pairs + u * 2, pitch, height);
+        for (ptrdiff_t i = 0; i < blocks; ++i) {
+            rows.fromBlock(pairs + i * blockStep, down.data, height);
+            rows.toBlock(down.run(ownFftLanes), pairs + i * blockStep, height);
         }
         const bool even = width % 2 == 0;
         float* const middle = ends + allRows;
@@ -186,38 +198,35 @@ private:
     void storePacked() {
         const auto round = rows.round[ownDepthIndex(dst.depth)];
         for (ptrdiff_t y = 0; y < height; ++y) {
+            result[0] = ends[y];
+            rows.toRow(pairs + y * ownFftBlockRow, blockStep, result + 1, frequencies);
+            if (width % 2 == 0) result[width - 1] = ends[allRows + y];
             char* const to = dst.first + y * dst.rowStep;
-            const ptrdiff_t inside = dst.inside(to, dst.pixelStep, width);
-            if (inside > 0) round(ends + y, scale, to, dst.pixelStep, 1);
-            const ptrdiff_t complex = inside - 1 < frequencies * 2 ? inside - 1 : frequencies * 2;
-            if (complex > 0)
-                round(pairs + y * pitch, scale, to + dst.pixelStep, dst.pixelStep, complex);
-            if (width % 2 == 0 && inside == width)
-                round(ends + allRows + y, scale, to + (width - 1) * dst.pixelStep, dst.pixelStep,
-                      1);
+            round(result, scale, to, dst.pixelStep, dst.inside(to, dst.pixelStep, width));
         }
     }
 
     void fetchPacked() {
+        clearPadding();
+        for (ptrdiff_t i = 0; i < blocks && allRows > height; ++i)
+            memset(pairs + i * blockStep + height * ownFftBlockRow, 0,
+                   static_cast<size_t>((allRows - height) * ownFftBlockRow) * sizeof *pairs);
+        for (ptrdiff_t y = height; y < allRows; ++y) ends[y] = ends[allRows + y] = 0;
+        memset(samples, 0, static_cast<size_t>((wide + 1) * ownFftRows) * sizeof *samples);
         for (ptrdiff_t y = 0; y < height; ++y) {
             src.fetchRow(y, samples, width);
             ends[y] = static_cast<float>(samples[0]);
             ends[allRows + y] = static_cast<float>(samples[width - 1]);
-            float* const to = pairs + y * pitch;
-            for (ptrdiff_t i = 0; i < frequencies * 2; ++i)
-                to[i] = static_cast<float>(samples[i + 1]);
+            if (width % 2 == 0) samples[width - 1] = 0;
+            rows.fromRow(samples + 1, pairs + y * ownFftBlockRow, blockStep, frequencies);
         }
-        clearPadding();
-        memset(pairs + height * pitch, 0,
-               static_cast<size_t>((allRows - height) * pitch) * sizeof *pairs);
-        for (ptrdiff_t y = height; y < allRows; ++y) ends[y] = ends[allRows + y] = 0;
     }
 
     // The rows are cut and not rounded, as single rows are.
     void synthesiseRows() {
         const auto cut = rows.cut[ownDepthIndex(dst.depth)];
         for (ptrdiff_t y = 0; y < height; y += ownFftRows) {
-            rows.merge(pairs + y * pitch, pitch, ends + y, allRows, along.data, width);
+            rows.merge(pairs + y * ownFftBlockRow, blockStep, ends + y, allRows, along.data, width);
             const OwnLanes real = along.run(ownFftLanes);
             rows.fromLanes(real.re, result, wide, width);
             rows.fromLanes(real.im, result + ownFftLanes * wide, wide, width);
@@ -239,7 +248,8 @@ private:
     const OwnFftTable& rows;
     float scale;
     ptrdiff_t frequencies = 0;
-    ptrdiff_t pitch = 0;
+    ptrdiff_t blocks = 0;
+    ptrdiff_t blockStep = 0;
     ptrdiff_t allRows = 0;
     ptrdiff_t wide = 0;
     int32_t* samples = nullptr;

@@ -34,6 +34,9 @@ template <class V, class T> OWN_INLINE void ownStore(T* to, const V& value) {
 typedef float OwnFloat4 __attribute__((vector_size(16)));
 typedef int32_t OwnInt4 __attribute__((vector_size(16)));
 typedef double OwnDouble4 __attribute__((vector_size(32)));
+typedef float OwnFloat8 __attribute__((vector_size(32)));
+typedef int32_t OwnInt8 __attribute__((vector_size(32)));
+typedef double OwnDouble8 __attribute__((vector_size(64)));
 
 // Vectors in arrays, since nothing of more than a register goes by value.
 template <class V> OWN_INLINE void ownTranspose(V (&r)[4]) {
