@@ -1,6 +1,7 @@
 #include "entries.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -490,6 +491,135 @@ void addGeometry(List& list, const Inputs& in) {
                                     "bits");
 }
 
+// An image of numbers that the picture itself couldn't hold.
+Image numbersLike(const DaxImage* image) {
+    Make make = makeOf(image);
+    make.depth = DAX_DEPTH_32S;
+    return makeImage(make);
+}
+
+// The frequencies of one number of a packed spectrum, and whether it is an imaginary part.
+struct Place {
+    int u;
+    int v;
+    bool isImaginary;
+};
+
+Place placeOf(int x, int y, int width, int height) {
+    const bool last = width % 2 == 0 && x == width - 1;
+    if (x > 0 && !last) return {(x + 1) / 2, y, x % 2 == 0};
+    const bool bottom = height % 2 == 0 && y == height - 1;
+    return {last ? width / 2 : 0, bottom ? height / 2 : (y + 1) / 2,
+            !bottom && y > 0 && y % 2 == 0};
+}
+
+// Each visit(place, number) may change the number.
+template <class Visit> void eachNumber(DaxImage* spectrum, Visit visit) {
+    std::vector<int32_t> row(static_cast<size_t>(spectrum->width));
+    for (int y = 0; y < spectrum->height; ++y) {
+        getRow(spectrum, 0, y, row.data());
+        for (int x = 0; x < spectrum->width; ++x)
+            visit(placeOf(x, y, spectrum->width, spectrum->height), row[static_cast<size_t>(x)]);
+        setRow(spectrum, 0, y, row.data());
+    }
+}
+
+// Brightness by the logarithm of magnitudes, with the frequency 0 in the middle.
+void showSpectrum(const Images& i) {
+    const Image spectrum = numbersLike(i[0]);
+    daxRealFft2D(i[0], spectrum.get(), DAX_FFT_FORWARD, nullptr);
+    const int width = spectrum->width;
+    const int height = spectrum->height;
+    std::vector<double> squares(static_cast<size_t>(width) * static_cast<size_t>(height));
+    const auto at = [&](int u, int v) -> double& {
+        const int x = (u + width + width / 2) % width;
+        const int y = (v + height + height / 2) % height;
+        return squares[static_cast<size_t>(y) * static_cast<size_t>(width) +
+                       static_cast<size_t>(x)];
+    };
+    double greatest = 1;
+    eachNumber(spectrum.get(), [&](Place place, int32_t number) {
+        double& square = at(place.u, place.v);
+        square += static_cast<double>(number) * number;
+        greatest = std::max(greatest, square);
+        at(-place.u, -place.v) = square;
+    });
+    std::vector<int32_t> row(static_cast<size_t>(width));
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x)
+            row[static_cast<size_t>(x)] = static_cast<int32_t>(
+                255 * std::log1p(at(x - width / 2, y - height / 2)) / std::log1p(greatest));
+        setRow(i.result, 0, y, row.data());
+    }
+}
+
+// Without the frequencies past a twelfth of the samples.
+void smooth(const Images& i) {
+    const Image spectrum = numbersLike(i[0]);
+    daxRealFft2D(i[0], spectrum.get(), DAX_FFT_FORWARD, nullptr);
+    const int width = spectrum->width;
+    const int height = spectrum->height;
+    eachNumber(spectrum.get(), [&](Place place, int32_t& number) {
+        const double u = static_cast<double>(place.u) / width;
+        const double v = static_cast<double>(std::min(place.v, height - place.v)) / height;
+        if (std::hypot(u, v) > 1.0 / 12) number = 0;
+    });
+    daxCcsFft2D(spectrum.get(), i.result, DAX_FFT_INVERSE, nullptr);
+}
+
+// All blocks of 8 by 8, and what is left of them at the edges.
+template <class Call> void eachBlock(DaxImage* a, DaxImage* b, Call call) {
+    DaxROI block = {};
+    a->roi = b->roi = &block;
+    for (block.yOffset = 0; block.yOffset < a->height; block.yOffset += 8)
+        for (block.xOffset = 0; block.xOffset < a->width; block.xOffset += 8) {
+            block.height = std::min(8, a->height - block.yOffset);
+            block.width = std::min(8, a->width - block.xOffset);
+            call();
+        }
+    a->roi = b->roi = nullptr;
+}
+
+// Four times the size of every coefficient of every block.
+void showBlocks(const Images& i) {
+    const Image blocks = numbersLike(i[0]);
+    eachBlock(i[0], blocks.get(), [&] { daxDCT2D(i[0], blocks.get(), DAX_DCT_FORWARD); });
+    std::vector<int32_t> row(static_cast<size_t>(blocks->width));
+    for (int y = 0; y < blocks->height; ++y) {
+        getRow(blocks.get(), 0, y, row.data());
+        for (int32_t& number : row) number = std::min(4 * std::abs(number), 255);
+        setRow(i.result, 0, y, row.data());
+    }
+}
+
+// Back from the ten lowest of the 64 coefficients of each block.
+void fewCoefficients(const Images& i) {
+    const Image blocks = numbersLike(i[0]);
+    eachBlock(i[0], blocks.get(), [&] { daxDCT2D(i[0], blocks.get(), DAX_DCT_FORWARD); });
+    std::vector<int32_t> row(static_cast<size_t>(blocks->width));
+    for (int y = 0; y < blocks->height; ++y) {
+        getRow(blocks.get(), 0, y, row.data());
+        for (int x = 0; x < blocks->width; ++x)
+            if (x % 8 + y % 8 > 3) row[static_cast<size_t>(x)] = 0;
+        setRow(blocks.get(), 0, y, row.data());
+    }
+    eachBlock(blocks.get(), i.result, [&] { daxDCT2D(blocks.get(), i.result, DAX_DCT_INVERSE); });
+}
+
+void addTransforms(List& list, const Inputs& in) {
+    list.put("daxRealFft2D", "The spectrum: the logarithm of magnitudes, 0 in the middle",
+             {in.gray}, "", showSpectrum)
+        .call = "daxRealFft2D(gray, spectrum, DAX_FFT_FORWARD, NULL)";
+    list.put("daxCcsFft2D", "Without high frequencies", {in.gray}, "", smooth).call =
+        "daxRealFft2D(gray, spectrum, DAX_FFT_FORWARD, NULL); "
+        "daxCcsFft2D(spectrum, result, DAX_FFT_INVERSE, NULL)";
+    list.put("daxDCT2D", "Blocks of 8 by 8: sizes of coefficients, times 4", {in.gray}, "",
+             showBlocks)
+        .call = "daxDCT2D(gray, coefficients, DAX_DCT_FORWARD)";
+    list.put("daxDCT2D", "Back from 10 coefficients of each block", {in.gray}, "", fewCoefficients)
+        .call = "daxDCT2D(coefficients, result, DAX_DCT_INVERSE)";
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -503,6 +633,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addTone(list, in);
     addRank(list, in);
     addGeometry(list, in);
+    addTransforms(list, in);
     return std::move(list.entries);
 }
 
