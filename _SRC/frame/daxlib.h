@@ -2436,7 +2436,8 @@ DAX_API void daxRotate(DaxImage* srcImage, DaxImage* dstImage, int32_t angle, in
  * read; `(map!=((void*)(0)))`; `Error in input data` for a bad header, bad flags, `nChannels`,
  * `alphaChannel` or `coi` that differ, a depth that isn't accepted, a ROI beyond its image, and
  * when memory can't be had; `No calculations! Looking input data!` for a rectangle that is empty or
- * one pixel, and when no channel is left. Tables that were kept survive the last two.
+ * one pixel, when no channel is left, and for #DAX_FFT_REPEAT in a thread that has no plan. Tables
+ * that were kept survive what is refused, but not the end of memory.
  *
  * @par Tiles
  * Not accepted.

@@ -606,8 +606,27 @@ TEST(Fft, RefusesWhatItCantTransform) {
     src.roi = dst.roi = {2, 0, 0, 16, 16};
     src->alphaChannel = dst->alphaChannel = 3;
     EXPECT_THAT(outcome(), ElementsAre(nothing));
+    src->depth = DAX_DEPTH_1U;
+    src->nChannels = 1;
+    EXPECT_THAT(outcome(), ElementsAre(bad));
+    dst->align = 3;
+    EXPECT_THAT(outcome(), ElementsAre(bad));
+    dst->align = src->align;
+    dst->roi = &dst.roi;
+    dst.roi = {0, 0, 9, 8, 16};
+    EXPECT_THAT(outcome(), ElementsAre(bad));
     src->imageData = nullptr;
     EXPECT_THAT(outcome(), ElementsAre("-5 daxCcsFft2D daxfft2d srcImage->imageData==0"));
+    src->imageData = dst->imageData = nullptr;
+    EXPECT_THAT(outcome(), ElementsAre("-5 daxCcsFft2D daxfft2d srcImage->imageData==0",
+                                       "-5 daxCcsFft2D daxfft2d dstImage->imageData==0"));
+    dst->imageData = dst.data();
+    // A status from before: what is found before it is read is told, the rest isn't.
+    daxSetErrStatus(DAX_StatusOutOfMemory);
+    EXPECT_THAT(outcome(0, &src), ElementsAre());
+    daxSetErrStatus(DAX_StatusOutOfMemory);
+    daxCcsFft2D(src, nullptr, DAX_FFT_FORWARD, nullptr);
+    EXPECT_THAT(reports.take(), ElementsAre("-5 daxCcsFft2D daxfft2d dstImage==0"));
     daxCcsFft2D(nullptr, nullptr, DAX_FFT_FORWARD, nullptr);
     EXPECT_THAT(reports.take(), ElementsAre("-5 daxCcsFft2D daxfft2d srcImage==0",
                                             "-5 daxCcsFft2D daxfft2d dstImage==0"));
