@@ -92,6 +92,7 @@ constexpr ptrdiff_t ownFftRows = 2 * ownFftLanes;
 // The complex frequencies 1, 2, ... of all rows stand in blocks of eight: a row of a block has
 // eight real and eight imaginary parts, so that columns are read from one run of memory.
 constexpr ptrdiff_t ownFftBlockRow = 2 * ownFftLanes;
+static_assert(ownFftLanes == ownFourierFloatLanes);
 
 struct OwnFftTable {
     void (*fetch[5])(const char* src, ptrdiff_t step, int32_t* to, ptrdiff_t count);
@@ -108,9 +109,6 @@ struct OwnFftTable {
                      float* ends, ptrdiff_t count);
     void (*merge)(float* blocks, ptrdiff_t blockStep, const float* ends, ptrdiff_t count,
                   OwnLanes lanes, ptrdiff_t width);
-    // The columns of a block into lanes and back.
-    void (*fromBlock)(const float* block, OwnLanes lanes, ptrdiff_t height);
-    void (*toBlock)(OwnLanes lanes, float* block, ptrdiff_t height);
     // A row of all blocks as pairs and back; `frequencies` is rounded up to whole blocks.
     void (*toRow)(const float* blocks, ptrdiff_t blockStep, float* row, ptrdiff_t frequencies);
     void (*fromRow)(const int32_t* row, float* blocks, ptrdiff_t blockStep, ptrdiff_t frequencies);

@@ -206,24 +206,6 @@ void merge(float* blocks, ptrdiff_t blockStep, const float* ends, ptrdiff_t coun
     }
 }
 
-void fromBlock(const float* block, OwnLanes lanes, ptrdiff_t height) {
-    for (ptrdiff_t v = 0; v < height; ++v, block += ownFftBlockRow) {
-        const ptrdiff_t to = v * ownFftLanes;
-        ownStore(lanes.re + to, __builtin_convertvector(ownLoad<OwnFloat8>(block), OwnDouble8));
-        ownStore(lanes.im + to,
-                 __builtin_convertvector(ownLoad<OwnFloat8>(block + ownFftLanes), OwnDouble8));
-    }
-}
-
-void toBlock(OwnLanes lanes, float* block, ptrdiff_t height) {
-    for (ptrdiff_t v = 0; v < height; ++v, block += ownFftBlockRow) {
-        const ptrdiff_t from = v * ownFftLanes;
-        ownStore(block, __builtin_convertvector(ownLoad<OwnDouble8>(lanes.re + from), OwnFloat8));
-        ownStore(block + ownFftLanes,
-                 __builtin_convertvector(ownLoad<OwnDouble8>(lanes.im + from), OwnFloat8));
-    }
-}
-
 // A row of the blocks as pairs and back, up to a whole block.
 void toRow(const float* blocks, ptrdiff_t blockStep, float* row, ptrdiff_t frequencies) {
     for (ptrdiff_t u = 0; u < frequencies; u += ownFftLanes, blocks += blockStep)
@@ -261,8 +243,6 @@ constexpr OwnFftTable table = {
     fromLanes,
     separate,
     merge,
-    fromBlock,
-    toBlock,
     toRow,
     fromRow};
 

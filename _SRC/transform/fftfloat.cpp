@@ -21,6 +21,14 @@ struct Engine {
         return inverse ? swapped(ownFourierRun(plan, swapped(data), swapped(work), lanes))
                        : ownFourierRun(plan, data, work, lanes);
     }
+
+    void runBlock(float* block) const {
+        float* const second = block + ownFftLanes;
+        if (inverse)
+            ownFourierRunFloats(plan, {second, block}, swapped(data), swapped(work));
+        else
+            ownFourierRunFloats(plan, {block, second}, data, work);
+    }
 };
 
 // The real sequence behind a packed one and back, as the real or imaginary part of a complex one.
@@ -172,10 +180,7 @@ private:
     }
 
     void columns() {
-        for (ptrdiff_t i = 0; i < blocks; ++i) {
-            rows.fromBlock(pairs + i * blockStep, down.data, height);
-            rows.toBlock(down.run(ownFftLanes), pairs + i * blockStep, height);
-        }
+        for (ptrdiff_t i = 0; i < blocks; ++i) down.runBlock(pairs + i * blockStep);
         const bool even = width % 2 == 0;
         float* const middle = ends + allRows;
         if (way == OwnFftWay::realToPacked) {

@@ -95,10 +95,12 @@ bool makeChirp(OwnFourier* plan) {
     return true;
 }
 
-OwnLanes runPasses(const OwnFourier* plan, OwnLanes data, OwnLanes work, ptrdiff_t lanes) {
+OwnLanes runPasses(const OwnFourier* plan, OwnLanes data, OwnLanes work, ptrdiff_t lanes,
+                   OwnFourierFloats floats = {}) {
     const OwnFourierTable& rows = ownRows<OwnFourierRows>();
-    OwnFourierPass pass = {1, plan->length, lanes, plan->twiddles, data, work};
+    OwnFourierPass pass = {1, plan->length, lanes, plan->twiddles, data, work, floats, {}};
     for (int32_t i = 0; i < plan->passes; ++i) {
+        if (i == plan->passes - 1) pass.toFloats = floats;
         pass.radix = plan->radix[i];
         pass.m /= pass.radix;
         rows.pass(pass);
@@ -107,6 +109,7 @@ OwnLanes runPasses(const OwnFourier* plan, OwnLanes data, OwnLanes work, ptrdiff
         const OwnLanes from = pass.from;
         pass.from = pass.to;
         pass.to = from;
+        pass.fromFloats = {};
     }
     return pass.from;
 }
@@ -161,4 +164,16 @@ ptrdiff_t ownFourierRoom(const OwnFourier* plan) {
 OwnLanes ownFourierRun(const OwnFourier* plan, OwnLanes data, OwnLanes work, ptrdiff_t lanes) {
     return plan->inner != nullptr ? runChirp(plan, data, work, lanes)
                                   : runPasses(plan, data, work, lanes);
+}
+
+void ownFourierRunFloats(const OwnFourier* plan, OwnFourierFloats floats, OwnLanes data,
+                         OwnLanes work) {
+    constexpr ptrdiff_t lanes = ownFourierFloatLanes;
+    if (plan->inner == nullptr) {
+        runPasses(plan, data, work, lanes, floats);
+        return;
+    }
+    const OwnFourierTable& rows = ownRows<OwnFourierRows>();
+    rows.fromFloats(floats, data, plan->length);
+    rows.toFloats(runChirp(plan, data, work, lanes), floats, plan->length);
 }

@@ -38,6 +38,18 @@ ptrdiff_t ownFourierRoom(const OwnFourier* plan);
 // Transforms `data` and gives back where the result lies: there or in `work`.
 OwnLanes ownFourierRun(const OwnFourier* plan, OwnLanes data, OwnLanes work, ptrdiff_t lanes);
 
+// Eight sequences in floats: a row of each has their real and then their imaginary parts, or the
+// other way round.
+struct OwnFourierFloats {
+    float* re;
+    float* im;
+};
+constexpr ptrdiff_t ownFourierFloatLanes = 8;
+
+// The same for eight sequences that lie in floats and stay there.
+void ownFourierRunFloats(const OwnFourier* plan, OwnFourierFloats floats, OwnLanes data,
+                         OwnLanes work);
+
 // One pass: `m` groups of butterflies of one radix, each over `stride` numbers side by side.
 struct OwnFourierPass {
     int32_t radix;
@@ -46,12 +58,17 @@ struct OwnFourierPass {
     const double* twiddles;
     OwnLanes from;
     OwnLanes to;
+    // Where not null, instead of `from` and `to`.
+    OwnFourierFloats fromFloats;
+    OwnFourierFloats toFloats;
 };
 
 struct OwnFourierTable {
     void (*pass)(const OwnFourierPass& pass);
     // Products of elements and of a table of pairs, over all lanes.
     void (*turn)(OwnLanes data, const double* table, ptrdiff_t count, ptrdiff_t lanes);
+    void (*fromFloats)(OwnFourierFloats from, OwnLanes to, ptrdiff_t count);
+    void (*toFloats)(OwnLanes from, OwnFourierFloats to, ptrdiff_t count);
 };
 
 struct OwnFourierRows {

@@ -86,35 +86,63 @@ OWN_INLINE void oddTransform(Complex<V>* x, int32_t radix, const double* cosines
     }
 }
 
-template <class V, int32_t radix, bool turned>
-OWN_INLINE void group(const OwnFourierPass& pass, ptrdiff_t p) {
+// Where a pass reads and writes: `place` counts elements of all lanes.
+struct InDoubles {
+    OwnLanes at;
+
+    template <class V> OWN_INLINE Complex<V> load(ptrdiff_t place) const {
+        return {ownLoad<V>(at.re + place), ownLoad<V>(at.im + place)};
+    }
+    template <class V> OWN_INLINE void store(ptrdiff_t place, const Complex<V>& x) const {
+        ownStore(at.re + place, x.re);
+        ownStore(at.im + place, x.im);
+    }
+};
+
+struct InFloats {
+    OwnFourierFloats at;
+
+    static OWN_INLINE ptrdiff_t inRow(ptrdiff_t place) {
+        return place + place / ownFourierFloatLanes * ownFourierFloatLanes;
+    }
+    template <class V> OWN_INLINE Complex<V> load(ptrdiff_t place) const {
+        const ptrdiff_t i = inRow(place);
+        return {__builtin_convertvector(ownLoad<OwnWideFloat>(at.re + i), V),
+                __builtin_convertvector(ownLoad<OwnWideFloat>(at.im + i), V)};
+    }
+    template <class V> OWN_INLINE void store(ptrdiff_t place, const Complex<V>& x) const {
+        const ptrdiff_t i = inRow(place);
+        ownStore(at.re + i, __builtin_convertvector(x.re, OwnWideFloat));
+        ownStore(at.im + i, __builtin_convertvector(x.im, OwnWideFloat));
+    }
+};
+
+template <class V, int32_t radix, bool turned, class From, class To>
+OWN_INLINE void group(const OwnFourierPass& pass, const From& from, const To& to, ptrdiff_t p) {
     constexpr ptrdiff_t width = sizeof(V) / sizeof(double);
     const ptrdiff_t far = pass.m * pass.stride;
     const double* const w = pass.twiddles + p * (radix - 1) * 2;
-    const double* const re = pass.from.re + p * pass.stride;
-    const double* const im = pass.from.im + p * pass.stride;
-    double* const toRe = pass.to.re + p * radix * pass.stride;
-    double* const toIm = pass.to.im + p * radix * pass.stride;
+    const ptrdiff_t first = p * pass.stride;
     for (ptrdiff_t i = 0; i < pass.stride; i += width) {
         Complex<V> x[radix];
-        for (int32_t k = 0; k < radix; ++k)
-            x[k] = {ownLoad<V>(re + k * far + i), ownLoad<V>(im + k * far + i)};
+        for (int32_t k = 0; k < radix; ++k) x[k] = from.template load<V>(first + k * far + i);
         shortTransform(x);
         for (int32_t k = 0; k < radix; ++k) {
             if (turned && k > 0) turn(x[k], w[k * 2 - 2], w[k * 2 - 1]);
-            ownStore(toRe + k * pass.stride + i, x[k].re);
-            ownStore(toIm + k * pass.stride + i, x[k].im);
+            to.template store<V>(first * radix + k * pass.stride + i, x[k]);
         }
     }
 }
 
-template <class V, int32_t radix> void evenPass(const OwnFourierPass& pass) {
-    group<V, radix, false>(pass, 0);
-    for (ptrdiff_t p = 1; p < pass.m; ++p) group<V, radix, true>(pass, p);
+template <class V, int32_t radix, class From, class To>
+void evenPass(const OwnFourierPass& pass, const From& from, const To& to) {
+    group<V, radix, false>(pass, from, to, 0);
+    for (ptrdiff_t p = 1; p < pass.m; ++p) group<V, radix, true>(pass, from, to, p);
 }
 
 // `fixed` is the radix where the compiler is to know it, else 0.
-template <class V, int32_t fixed> void oddPass(const OwnFourierPass& pass) {
+template <class V, int32_t fixed, class From, class To>
+void oddPass(const OwnFourierPass& pass, const From& from, const To& to) {
     constexpr ptrdiff_t width = sizeof(V) / sizeof(double);
     const int32_t radix = fixed != 0 ? fixed : pass.radix;
     double cosines[ownFourierLargest];
@@ -127,40 +155,67 @@ template <class V, int32_t fixed> void oddPass(const OwnFourierPass& pass) {
     const ptrdiff_t far = pass.m * pass.stride;
     for (ptrdiff_t p = 0; p < pass.m; ++p) {
         const double* const w = pass.twiddles + p * (radix - 1) * 2;
-        const ptrdiff_t from = p * pass.stride;
-        const ptrdiff_t to = from * radix;
+        const ptrdiff_t first = p * pass.stride;
         for (ptrdiff_t i = 0; i < pass.stride; i += width) {
             Complex<V> x[ownFourierLargest];
-            for (int32_t k = 0; k < radix; ++k)
-                x[k] = {ownLoad<V>(pass.from.re + from + k * far + i),
-                        ownLoad<V>(pass.from.im + from + k * far + i)};
+            for (int32_t k = 0; k < radix; ++k) x[k] = from.template load<V>(first + k * far + i);
             oddTransform(x, radix, cosines, sines);
             for (int32_t k = 0; k < radix; ++k) {
                 if (k > 0) turn(x[k], w[k * 2 - 2], w[k * 2 - 1]);
-                ownStore(pass.to.re + to + k * pass.stride + i, x[k].re);
-                ownStore(pass.to.im + to + k * pass.stride + i, x[k].im);
+                to.template store<V>(first * radix + k * pass.stride + i, x[k]);
             }
         }
     }
 }
 
-template <class V> void anyPass(const OwnFourierPass& pass) {
+template <class V, class From, class To>
+void anyPass(const OwnFourierPass& pass, const From& from, const To& to) {
     switch (pass.radix) {
-    case 2: return evenPass<V, 2>(pass);
-    case 4: return evenPass<V, 4>(pass);
-    case 8: return evenPass<V, 8>(pass);
-    case 3: return oddPass<V, 3>(pass);
-    case 5: return oddPass<V, 5>(pass);
-    case 7: return oddPass<V, 7>(pass);
-    default: return oddPass<V, 0>(pass);
+    case 2: return evenPass<V, 2>(pass, from, to);
+    case 4: return evenPass<V, 4>(pass, from, to);
+    case 8: return evenPass<V, 8>(pass, from, to);
+    case 3: return oddPass<V, 3>(pass, from, to);
+    case 5: return oddPass<V, 5>(pass, from, to);
+    case 7: return oddPass<V, 7>(pass, from, to);
+    default: return oddPass<V, 0>(pass, from, to);
     }
 }
 
 void doPass(const OwnFourierPass& pass) {
-    if (pass.stride % static_cast<ptrdiff_t>(sizeof(OwnWide) / sizeof(double)) == 0)
-        anyPass<OwnWide>(pass);
+    const InDoubles from = {pass.from};
+    const InDoubles to = {pass.to};
+    const InFloats fromFloats = {pass.fromFloats};
+    const InFloats toFloats = {pass.toFloats};
+    const bool reads = pass.fromFloats.re != nullptr;
+    const bool writes = pass.toFloats.re != nullptr;
+    if (pass.stride % static_cast<ptrdiff_t>(sizeof(OwnWide) / sizeof(double)) != 0)
+        anyPass<double>(pass, from, to);
+    else if (reads && writes)
+        anyPass<OwnWide>(pass, fromFloats, toFloats);
+    else if (reads)
+        anyPass<OwnWide>(pass, fromFloats, to);
+    else if (writes)
+        anyPass<OwnWide>(pass, from, toFloats);
     else
-        anyPass<double>(pass);
+        anyPass<OwnWide>(pass, from, to);
+}
+
+void fromFloats(OwnFourierFloats from, OwnLanes to, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; ++i)
+        for (ptrdiff_t l = 0; l < ownFourierFloatLanes; ++l) {
+            const ptrdiff_t at = i * ownFourierFloatLanes + l;
+            to.re[at] = double{from.re[InFloats::inRow(at)]};
+            to.im[at] = double{from.im[InFloats::inRow(at)]};
+        }
+}
+
+void toFloats(OwnLanes from, OwnFourierFloats to, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; ++i)
+        for (ptrdiff_t l = 0; l < ownFourierFloatLanes; ++l) {
+            const ptrdiff_t at = i * ownFourierFloatLanes + l;
+            to.re[InFloats::inRow(at)] = static_cast<float>(from.re[at]);
+            to.im[InFloats::inRow(at)] = static_cast<float>(from.im[at]);
+        }
 }
 
 void turnAll(OwnLanes data, const double* table, ptrdiff_t count, ptrdiff_t lanes) {
@@ -173,7 +228,7 @@ void turnAll(OwnLanes data, const double* table, ptrdiff_t count, ptrdiff_t lane
         }
 }
 
-constexpr OwnFourierTable table = {doPass, turnAll};
+constexpr OwnFourierTable table = {doPass, turnAll, fromFloats, toFloats};
 
 } // namespace
 

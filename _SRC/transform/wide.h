@@ -19,6 +19,7 @@ constexpr size_t ownWideBytes = 16;
 #endif
 
 typedef double OwnWide __attribute__((vector_size(ownWideBytes)));
+typedef float OwnWideFloat __attribute__((vector_size(ownWideBytes / 2)));
 
 // As many numbers as one has, in memory at any address.
 template <class V, class T> OWN_INLINE V ownLoad(const T* from) {
