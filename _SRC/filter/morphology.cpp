@@ -82,8 +82,8 @@ public:
             if (tile.request(col, row, DAX_TILE_WRITE)) {
                 header.imageData = tile.data();
                 store(&header, inTile, y - row * header.height, line, done, share);
+                tile.release();
             }
-            tile.release();
             done += share;
         }
     }

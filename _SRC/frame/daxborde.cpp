@@ -30,8 +30,8 @@ int64_t reflected(int64_t at, int64_t n) { return floorMod(at + n, 2 * n) - n; }
 int64_t nearest(int64_t at, int64_t n) { return at < 0 ? 0 : at >= n ? n - 1 : at; }
 
 // Calls `use(header of the tile, first x in it, first y in it, number of samples, samples before)`
-// for each tile that a run along a row crosses, with the tile held. A plain image is its own only
-// tile.
+// for each tile that a run along a row crosses, with the tile held; the header is null for a tile
+// that can't be had. A plain image is its own only tile.
 template <class Use>
 void eachTileOfRun(DaxImage* image, int32_t x, int32_t y, int32_t count, bool forward, Use use) {
     if (image->tileInfo == nullptr) {
@@ -49,10 +49,10 @@ void eachTileOfRun(DaxImage* image, int32_t x, int32_t y, int32_t count, bool fo
         const int32_t inTile = at - col * tileWidth;
         const int32_t room = forward ? tileWidth - inTile : inTile + 1;
         const int32_t share = room < count - done ? room : count - done;
-        tile.request(col, row, DAX_TILE_READ);
+        const bool had = tile.request(col, row, DAX_TILE_READ);
         header.imageData = tile.data();
-        use(&header, inTile, y - row * image->tileInfo->height, share, done);
-        tile.release();
+        use(had ? &header : nullptr, inTile, y - row * image->tileInfo->height, share, done);
+        if (had) tile.release();
         done += share;
     }
 }
@@ -76,6 +76,12 @@ void readRun(const DaxImage* image, int32_t x, int32_t y, int32_t channel, char*
         ownStridedMovers(sample).copy(row + x * step, forward ? step : -step, buffer + to * sample,
                                       sample, count);
     }
+}
+
+void clearRun(int32_t depth, char* buffer, ptrdiff_t to, int32_t count) {
+    const ptrdiff_t sample = ownDepthBits(depth) / 8;
+    memset(buffer + to * sample, 0, static_cast<size_t>(count * sample));
+    for (int32_t i = 0; sample == 0 && i < count; ++i) ownPutBit(buffer, to + i, false);
 }
 
 void storeSample(uint32_t value, int32_t depth, char* buffer, int32_t index) {
@@ -338,7 +344,7 @@ uint32_t ownPixelAt(DaxImage* image, int32_t x, int32_t y, int32_t channel) {
     uint32_t value = 0;
     eachTileOfRun(image, x, y, 1, true,
                   [&](const DaxImage* tile, int32_t inX, int32_t inY, int32_t, int32_t) {
-                      value = ownGetPixel(tile, inX, inY, channel);
+                      if (tile != nullptr) value = ownGetPixel(tile, inX, inY, channel);
                   });
     return value;
 }
@@ -358,7 +364,10 @@ void ownPixelRun(DaxImage* image, int32_t x, int32_t y, int32_t channel, char* b
     eachTileOfRun(
         image, x, y, count, forward,
         [&](const DaxImage* tile, int32_t inX, int32_t inY, int32_t share, int32_t before) {
-            readRun(tile, inX, inY, channel, buffer, before, share, forward);
+            if (tile != nullptr)
+                readRun(tile, inX, inY, channel, buffer, before, share, forward);
+            else
+                clearRun(image->depth, buffer, before, share);
         });
 }
 

@@ -1,7 +1,9 @@
 #include "kit/platform.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace kit {
 
@@ -78,9 +80,9 @@ void* StandIn::heapAlloc(size_t size) {
     StandIn& self = *current;
     self.events.push_back("alloc " + std::to_string(size));
     if (++self.requests == self.failRequest) return nullptr;
-    // Junk that is no valid pointer, size or text, so that a field that nobody sets shows.
     auto* start = static_cast<char*>(malloc(size + self.shift));
-    for (size_t i = 0; i < size + self.shift && i < 4096; ++i) start[i] = static_cast<char>(0xC7);
+    if (start == nullptr) return nullptr;
+    memset(start, self.junk, std::min<size_t>(size + self.shift, 1 << 20));
     self.blocks[start + self.shift] = start;
     return start + self.shift;
 }

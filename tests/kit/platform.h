@@ -43,6 +43,9 @@ public:
     int32_t requests = 0;    // to the heap
     int32_t failRequest = 0; // this one, from 1, gets nothing
     size_t shift = 0;        // of every heap block past an address aligned to 16
+    // What blocks hold at first: no valid pointer, size or text, so that a field that nobody sets
+    // shows.
+    uint8_t junk = 0xC7;
     bool refuseLocal = false;
     bool refuseSlot = false;
     int32_t answer = ownAnswerOk;

@@ -25,9 +25,9 @@ struct TileLog {
 
 // A tiled copy of a plain image. Each tile is a block of its own with guards, laid out as an image
 // of the tile's size; it is handed out as a fresh copy, which goes back on release: after that
-// nothing reads or writes it unseen. A request while a tile is held, a release of what is not held,
-// another header than this one's, an unknown mode, and writing to a tile that is held for reading
-// are test failures.
+// nothing reads or writes it unseen. A request while `atMost` tiles are held, a release of what is
+// not held, another header than this one's, an unknown mode, and writing to a tile that is held for
+// reading are test failures.
 class Tiles {
 public:
     Tiles(const Image& plain, char theName, int32_t tileWidth, int32_t tileHeight, TileLog& theLog);
@@ -36,30 +36,42 @@ public:
     ~Tiles();
 
     operator DaxImage*() { return &header; }
-    bool holds() const { return held != nullptr; }
+    bool holds() const { return !held.empty(); }
     // The tile as it now stands; tiles beyond the image exist as well.
     Image& tile(int32_t col, int32_t row);
     // The plain image with the pixels of the tiles.
     Image gathered() const;
+    template <class Body> void forEachTile(Body body) const {
+        for (const auto& one : stored) body(one.second);
+    }
 
     DaxImage header;
     DaxROI roi;
     DaxTileInfo info;
-    bool ends = false; // beyond the image there are no tiles
+    bool ends = false; // outside of the image there are no tiles
     bool anyHeader =
         false; // for walks that hand on a header of their own with this one's tile descriptor
+    size_t atMost = 1; // tiles that may be held; a tile that is asked for twice is one
 
 private:
     static void callBack(DaxImage* image, int32_t col, int32_t row, int32_t mode);
     void serve(const DaxImage* image, int32_t col, int32_t row, int32_t mode);
 
+    struct Held {
+        Image copy;
+        int32_t modes = 0; // of all requests
+        int32_t requests = 0;
+    };
+    using Spot = std::pair<int32_t, int32_t>; // column, row
+
+    // The pixels of a tile that lie in the plain image: body(x, y, x there, y there, channel).
+    template <class Body> void eachPixel(Spot spot, Body body) const;
+
     Image plain;
     char name;
     TileLog& log;
-    std::map<std::pair<int32_t, int32_t>, Image> stored;
-    std::unique_ptr<Image> held;
-    std::pair<int32_t, int32_t> heldAt;
-    int32_t heldMode = 0;
+    std::map<Spot, Image> stored;
+    std::map<Spot, Held> held;
 };
 
 // Runs an operation on plain clones of the images, then once for each set of them that can be
