@@ -1,5 +1,5 @@
-// A fuzz target: the first byte of the data chooses a scenario, and the rest is its numbers. What is
-// looked for are accesses outside of the caller's blocks, undefined behaviour, and tile requests
+// A fuzz target: the first byte of the data chooses a scenario, and the rest is its numbers. What
+// is looked for are accesses outside of the caller's blocks, undefined behaviour, and tile requests
 // that break the rules of the tile access function.
 
 #include "everything/scene.h"

@@ -68,7 +68,8 @@ template <auto function> void plain(Scene& scene) { single(scene, function); }
 
 Scenarios arithScenarios() {
     const char* const noTile = noTileOfWalk;
-    const char* const orOfCopy = "-5 $ * (*->tileInfo->tileData == *|-2 daxCopy daxSCE Error get tile *";
+    const char* const orOfCopy =
+        "-5 $ * (*->tileInfo->tileData == *|-2 daxCopy daxSCE Error get tile *";
     return {
         {"arith", "daxAdd", pairOf<daxAdd>, "", noTile},
         {"arith", "daxSubtract",
@@ -83,7 +84,7 @@ Scenarios arithScenarios() {
         {"arith", "daxOr", pairOf<daxOr>, "", noTile},
         {"arith", "daxXor", pairOf<daxXor>, "", noTile},
         {"arith", "daxAddS", constantOf<daxAddS>, "", noTile},
-        {"arith", "daxSubtractS",  subtractConstant, "", noTile},
+        {"arith", "daxSubtractS", subtractConstant, "", noTile},
         {"arith", "daxMultiplyS", constantOf<daxMultiplyS>, "", noTile},
         {"arith", "daxAndS", constantOf<daxAndS>, "", noTile},
         {"arith", "daxOrS", constantOf<daxOrS>, "", noTile},

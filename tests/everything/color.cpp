@@ -30,8 +30,7 @@ template <auto function> void models(Scene& scene, const char* from) {
     Allowed allowed = colored(scene, from);
     allowed.tiles = !inPlace; // exception: daxRGB2HSV() and its like don't name it
     DaxImage* const src = scene.image(shape, allowed);
-    DaxImage* const dst =
-        inPlace ? src : scene.image(scene.like(shape), colored(scene, "RGB"));
+    DaxImage* const dst = inPlace ? src : scene.image(scene.like(shape), colored(scene, "RGB"));
     function(src, dst, scene.tilePos());
 }
 
@@ -80,10 +79,10 @@ void reduce(Scene& scene) {
     DaxImage* const src = scene.image(shape, colored(scene, "RGB"));
     DaxImage* const dst = scene.image(other, colored(scene, "RGB"));
     const int32_t jitter = scene.hostile && scene.random.chance(50) ? scene.random.in(-1, 9) : 0;
-    const int32_t dither =
-        scene.rare() ? scene.number(0, 33)
-                     : scene.random.oneOf({DAX_DITHER_NONE, DAX_DITHER_FS, DAX_DITHER_JJN,
-                                           DAX_DITHER_STUCKI, DAX_DITHER_BAYER});
+    const int32_t dither = scene.rare()
+                               ? scene.number(0, 33)
+                               : scene.random.oneOf({DAX_DITHER_NONE, DAX_DITHER_FS, DAX_DITHER_JJN,
+                                                     DAX_DITHER_STUCKI, DAX_DITHER_BAYER});
     const int32_t levels = scene.number(-1, 9);
     daxReduceBits(src, dst, jitter, dither, levels, scene.tilePos());
 }
@@ -96,8 +95,7 @@ void twist(Scene& scene) {
     DaxImage* const src = scene.image(shape, allowed);
     Shape other = scene.like(shape);
     DaxImage* const dst =
-        inPlace ? src
-                : scene.image(other, {.alpha = other.channels == 4 ? 4 : 0});
+        inPlace ? src : scene.image(other, {.alpha = other.channels == 4 ? 4 : 0});
     auto* const data = scene.array<int32_t>(16);
     const int32_t most = scene.random.oneOf({3, 300, 40000, INT32_MAX});
     for (int32_t i = 0; i < 16; ++i) data[i] = scene.random.in(-most, most);

@@ -51,13 +51,18 @@ void convolve(Scene& scene) {
     struct Depths {
         int32_t src, dst;
     };
-    const Depths depths = scene.random.oneOf<Depths>(
-        {{DAX_DEPTH_1U, DAX_DEPTH_1U},   {DAX_DEPTH_8U, DAX_DEPTH_8U},
-         {DAX_DEPTH_1U, DAX_DEPTH_8U},   {DAX_DEPTH_8S, DAX_DEPTH_8S},
-         {DAX_DEPTH_1U, DAX_DEPTH_8S},   {DAX_DEPTH_8U, DAX_DEPTH_8S},
-         {DAX_DEPTH_16U, DAX_DEPTH_16U}, {DAX_DEPTH_16U, DAX_DEPTH_16S},
-         {DAX_DEPTH_16S, DAX_DEPTH_16S}, {DAX_DEPTH_16U, DAX_DEPTH_32S},
-         {DAX_DEPTH_16S, DAX_DEPTH_32S}, {DAX_DEPTH_32S, DAX_DEPTH_32S}});
+    const Depths depths = scene.random.oneOf<Depths>({{DAX_DEPTH_1U, DAX_DEPTH_1U},
+                                                      {DAX_DEPTH_8U, DAX_DEPTH_8U},
+                                                      {DAX_DEPTH_1U, DAX_DEPTH_8U},
+                                                      {DAX_DEPTH_8S, DAX_DEPTH_8S},
+                                                      {DAX_DEPTH_1U, DAX_DEPTH_8S},
+                                                      {DAX_DEPTH_8U, DAX_DEPTH_8S},
+                                                      {DAX_DEPTH_16U, DAX_DEPTH_16U},
+                                                      {DAX_DEPTH_16U, DAX_DEPTH_16S},
+                                                      {DAX_DEPTH_16S, DAX_DEPTH_16S},
+                                                      {DAX_DEPTH_16U, DAX_DEPTH_32S},
+                                                      {DAX_DEPTH_16S, DAX_DEPTH_32S},
+                                                      {DAX_DEPTH_32S, DAX_DEPTH_32S}});
     const Shape shape = scene.shape({depths.src});
     Shape other = scene.like(shape);
     if (other.depth == shape.depth && depths.dst != DAX_DEPTH_1U) other.depth = depths.dst;
@@ -69,8 +74,7 @@ void convolve(Scene& scene) {
     DaxImage* const dst = inPlace ? src : scene.image(other, allowed);
     const int32_t count = scene.random.chance(60) ? 1 : scene.random.in(1, 4);
     auto** const list = scene.array<DaxConvKernel*>(count);
-    for (int32_t i = 0; i < count; ++i)
-        list[i] = scene.rare() ? nullptr : kernel(scene);
+    for (int32_t i = 0; i < count; ++i) list[i] = scene.rare() ? nullptr : kernel(scene);
     const int32_t method = scene.rare() ? scene.random.in(-1, 5) : scene.random.in(0, 4);
     daxConvolve2D(src, dst, list, scene.hostile && method == 5 ? 0 : count, method,
                   scene.mapping());
@@ -90,8 +94,8 @@ void convolveSeparably(Scene& scene) {
 }
 
 void blur(Scene& scene) {
-    const Shape shape = scene.shape({DAX_DEPTH_8U, DAX_DEPTH_8S, DAX_DEPTH_16U, DAX_DEPTH_16S,
-                                     DAX_DEPTH_32S});
+    const Shape shape =
+        scene.shape({DAX_DEPTH_8U, DAX_DEPTH_8S, DAX_DEPTH_16U, DAX_DEPTH_16S, DAX_DEPTH_32S});
     const bool inPlace = scene.random.chance(20);
     const Allowed allowed = {.held = 10000};
     DaxImage* const src = scene.image(shape, allowed);
@@ -116,8 +120,8 @@ template <auto function> void rank(Scene& scene) {
 }
 
 template <auto function> void morphology(Scene& scene) {
-    const Shape shape = scene.rare() ? scene.shape()
-                                     : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
+    const Shape shape =
+        scene.rare() ? scene.shape() : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
     const bool inPlace = scene.random.chance(20);
     const Allowed allowed = {.held = inPlace ? 2u : 1u};
     DaxImage* const src = scene.image(shape, allowed);
@@ -132,8 +136,8 @@ Scenarios filterScenarios() {
     return {
         {"filter", "daxCreateConvKernel daxGetConvKernel daxDeleteConvKernel", kernels,
          "-4 daxConvolve2D daxcnv2d Allocation failure", "", 1},
-        {"filter", "daxConvolve2D", convolve,
-         "|-4 $ daxcnv2d Allocation failure", "|-4 $ daxcnv2d Allocation failure"},
+        {"filter", "daxConvolve2D", convolve, "|-4 $ daxcnv2d Allocation failure",
+         "|-4 $ daxcnv2d Allocation failure"},
         {"filter", "daxConvolveSep2D", convolveSeparably},
         {"filter", "daxBlur", blur},
         {"filter", "daxMaxFilter", rank<daxMaxFilter>},

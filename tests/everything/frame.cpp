@@ -9,17 +9,16 @@ namespace {
 // A text of some length, or rarely none.
 const char* text(Scene& scene, bool mayLack = true) {
     if (mayLack && scene.random.chance(10)) return nullptr;
-    const int32_t length = scene.random.chance(80) ? scene.random.in(0, 30)
-                                                   : scene.random.in(31, 900);
+    const int32_t length =
+        scene.random.chance(80) ? scene.random.in(0, 30) : scene.random.in(31, 900);
     char* const made = scene.array<char>(length + 1);
     for (int32_t i = 0; i < length; ++i) made[i] = static_cast<char>(scene.random.in(32, 126));
     return made;
 }
 
 void errors(Scene& scene) {
-    const DaxErrorReporter before =
-        daxRedirectError(scene.random.oneOf<DaxErrorReporter>(
-            {nullptr, daxGuiBoxReport, daxStdErrReport, daxNulDevReport}));
+    const DaxErrorReporter before = daxRedirectError(scene.random.oneOf<DaxErrorReporter>(
+        {nullptr, daxGuiBoxReport, daxStdErrReport, daxNulDevReport}));
     // Mode 0 ends the process.
     daxSetErrMode(scene.random.oneOf({DAX_ErrModeParent, DAX_ErrModeSilent, 3, -1}));
     const int32_t status = scene.number(-9, 1);
@@ -57,9 +56,8 @@ void memory(Scene& scene) {
 
 void records(Scene& scene) {
     const int32_t flags = scene.random.in(0, DAX_IMAGE_ALL);
-    DaxROI* const roi = scene.random.chance(50)
-                            ? daxCreateROI(0, 0, 0, scene.number(1, 9), 5)
-                            : nullptr;
+    DaxROI* const roi =
+        scene.random.chance(50) ? daxCreateROI(0, 0, 0, scene.number(1, 9), 5) : nullptr;
     DaxTileInfo* const tiles =
         scene.random.chance(20) ? daxCreateTileInfo(nullptr, 7, scene.number(1, 9), 8) : nullptr;
     daxSetROI(roi, 1, scene.number(-1, 3), 0, 2, 2);
@@ -67,7 +65,8 @@ void records(Scene& scene) {
     const int32_t channels = scene.number(1, 4);
     const int32_t height = scene.number(0, 40);
     const int32_t width = scene.number(0, 300);
-    const int32_t depth = scene.random.chance(90) ? scene.random.of(kit::depths) : scene.number(0, 64);
+    const int32_t depth =
+        scene.random.chance(90) ? scene.random.of(kit::depths) : scene.number(0, 64);
     const int32_t alpha = scene.rare() ? -1 : scene.random.in(0, 1);
     const int32_t order = scene.rare() ? 2 : scene.random.in(0, 1);
     const int32_t origin = scene.rare() ? -1 : scene.random.in(0, 1);

@@ -24,8 +24,7 @@ int32_t interpolation(Scene& scene) {
 }
 
 Shape source(Scene& scene) {
-    return scene.rare() ? scene.shape()
-                        : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
+    return scene.rare() ? scene.shape() : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
 }
 
 void zoom(Scene& scene) {
@@ -75,11 +74,13 @@ void rotate(Scene& scene) {
 Scenarios geometryScenarios() {
     return {
         {"geometry", "daxZoom", zoom, "", "|-2 $ daxZoom Error get tile to write"},
-        {"geometry", "daxDecimate", decimate, "-3 $ owndecim srcImage->tileInfo->callBack crash|-4 $ owndecim ",
-         "-3 $ owndecim *Image->tileInfo->callBack crash|-4 $ owndecim "},
+        {"geometry", "daxDecimate", decimate,
+         "-3 $ owndecim srcImage->tileInfo->callBack crash|-4 $ owndecim ",
+         "|-3 $ owndecim *Image->tileInfo->callBack crash"}, // none beyond the source ends it
         {"geometry", "daxMirror", mirror},
         {"geometry", "daxRotate", rotate, "|-1 $ daxRotat ",
-         "|-2 $ daxRotat Error get tile to write|-2 daxCopy daxSCE *|-2 daxSet daxSCE *|-1 $ daxRotat "},
+         "|-2 $ daxRotat Error get tile to write|-2 daxCopy daxSCE *|-2 daxSet daxSCE *|-1 $ "
+         "daxRotat "},
     };
 }
 

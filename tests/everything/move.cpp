@@ -25,7 +25,8 @@ Scenarios moveScenarios() {
     const char* const noTile = "-2 $ daxSCE Error get tile to *";
     return {
         {"move", "daxCopy", pairOf<daxCopy>, "", "|-2 $ daxSCE Error get tile to *"},
-        {"move", "daxExchange", pairOf<daxExchange>, "", "|-2 $ daxSCE Error get tile to *|-2 daxCopy daxSCE Error get tile to *"},
+        {"move", "daxExchange", pairOf<daxExchange>, "",
+         "|-2 $ daxSCE Error get tile to *|-2 daxCopy daxSCE Error get tile to *"},
         {"move", "daxSet", set, "", noTile},
     };
 }

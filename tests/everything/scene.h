@@ -58,8 +58,10 @@ public:
     // A shape with one of the depths and 1 to `channels` channels; small, seldom a few hundred
     // pixels wide.
     Shape shape(std::initializer_list<int32_t> depths, int32_t channels = 4);
-    Shape shape() { return shape({kit::depths[0], kit::depths[1], kit::depths[2], kit::depths[3],
-                                  kit::depths[4], kit::depths[5]}); }
+    Shape shape() {
+        return shape({kit::depths[0], kit::depths[1], kit::depths[2], kit::depths[3],
+                      kit::depths[4], kit::depths[5]});
+    }
     // A shape of its own size and region with the depth, order, origin and channels of another one.
     Shape like(const Shape& other);
 
@@ -71,8 +73,8 @@ public:
     const DaxMapping* mapping();
     // A number, seldom one from the ends of all numbers.
     int32_t number(int32_t least, int32_t most);
-    // Zeroed memory of exactly so many elements, which lives as long as the scene. Arrays of numbers
-    // are results.
+    // Zeroed memory of exactly so many elements, which lives as long as the scene. Arrays of
+    // numbers are results.
     template <class T> T* array(int32_t count) {
         const size_t size = static_cast<size_t>(count) * sizeof(T);
         arrays.push_back({std::make_unique<uint8_t[]>(size), std::is_arithmetic_v<T> ? size : 0});

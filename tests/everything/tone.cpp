@@ -42,17 +42,15 @@ DaxLUT** records(Scene& scene, const Shape& shape, int32_t channels) {
 }
 
 void histogram(Scene& scene) {
-    const Shape shape = scene.rare()
-                            ? scene.shape()
-                            : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
+    const Shape shape =
+        scene.rare() ? scene.shape() : scene.shape({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U});
     DaxImage* const src = scene.image(shape);
     DaxLUT** const list = records(scene, shape, shape.channels);
     daxComputeHisto(src, list, scene.tilePos());
 }
 
 template <auto function> void curve(Scene& scene) {
-    const Shape shape =
-        scene.rare() ? scene.shape() : scene.shape({DAX_DEPTH_8U, DAX_DEPTH_16U});
+    const Shape shape = scene.rare() ? scene.shape() : scene.shape({DAX_DEPTH_8U, DAX_DEPTH_16U});
     const Shape other = scene.like(shape);
     const bool inPlace = scene.random.chance(20);
     const Allowed allowed = {.held = inPlace ? 2u : 1u};
@@ -76,20 +74,20 @@ void norm(Scene& scene) {
     const Shape shape = scene.shape();
     DaxImage* const a = scene.image(shape);
     DaxImage* const b = scene.random.chance(40) ? nullptr : scene.image(scene.like(shape));
-    const int32_t type = scene.rare() ? scene.random.in(-1, 13)
-                                      : scene.random.oneOf({1, 2, 4, 9, 10, 12});
+    const int32_t type =
+        scene.rare() ? scene.random.in(-1, 13) : scene.random.oneOf({1, 2, 4, 9, 10, 12});
     scene.keep(daxNorm(a, b, type));
 }
 
 } // namespace
 
 Scenarios toneScenarios() {
-    const char* const noTile = "-2 $ daxHist Error get tile to *|-2 daxMap daxHist Error get tile "
-                               "to *|-1 $ daxHist ";
+    const char* const ofMap = "|-2 daxMap daxHist Error get tile to *|-1 $ daxHist ";
     return {
-        {"tone", "daxComputeHisto", histogram, "-4 $ daxHist ", noTile},
-        {"tone", "daxContrastStretch", curve<daxContrastStretch>, "|-4 $ daxHist ", noTile},
-        {"tone", "daxHistoEqualize", curve<daxHistoEqualize>, "|-4 $ daxHist ", noTile},
+        {"tone", "daxComputeHisto", histogram, "-4 $ daxHist ",
+         "-2 $ daxHist Error get tile to read"},
+        {"tone", "daxContrastStretch", curve<daxContrastStretch>, "|-4 $ daxHist ", ofMap},
+        {"tone", "daxHistoEqualize", curve<daxHistoEqualize>, "|-4 $ daxHist ", ofMap},
         {"tone", "daxThreshold", threshold, "", noTileOfWalk},
         {"tone", "daxNorm", norm},
     };

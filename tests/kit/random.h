@@ -17,7 +17,8 @@ public:
     explicit Random(uint64_t seed) : state(seed * 0x9E3779B97F4A7C15u) {}
     // Numbers by the bytes of a fuzzer, as many of them as a number needs; what they leave open is
     // drawn from a seed that they make.
-    Random(const uint8_t* theBytes, size_t theSize) : state(theSize), bytes(theBytes), left(theSize) {
+    Random(const uint8_t* theBytes, size_t theSize)
+        : state(theSize), bytes(theBytes), left(theSize) {
         for (size_t i = 0; i < theSize; ++i) state = (state ^ theBytes[i]) * 0x100000001B3u;
     }
 
