@@ -47,10 +47,12 @@ template <auto function> void fourier(Scene& scene) {
     flags |= scene.random.oneOf({0, DAX_FFT_ALPHA});
     flags |= scene.random.oneOf({0, DAX_FFT_KEEP});
     if (scene.rare()) flags = scene.number(0, 511);
+    flags &= ~DAX_FFT_REPEAT;
     const int32_t map = 0;
     function(src, dst, flags, scene.rare() ? &map : nullptr);
-    daxSetErrStatus(DAX_StatusNoError);
-    if (scene.random.chance(30)) function(src, dst, flags | DAX_FFT_REPEAT, nullptr);
+    // Exception: a plan for other images.
+    const bool planned = daxGetErrStatus() == DAX_StatusNoError && (flags & DAX_FFT_FREE) == 0;
+    if (planned && scene.random.chance(30)) function(src, dst, flags | DAX_FFT_REPEAT, nullptr);
     function(nullptr, nullptr, DAX_FFT_FREE, nullptr);
 }
 
