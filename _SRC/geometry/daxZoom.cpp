@@ -13,6 +13,7 @@
 #include "frame/planewalk.h"
 #include "geometry/blocks.h"
 #include "geometry/nearest.h"
+#include "geometry/picks.h"
 
 namespace {
 
@@ -42,6 +43,7 @@ struct Extent {
     int32_t offset;
     int32_t last;
     int32_t count;
+    int32_t dstOffset;
 
     int32_t size() const { return offset + last + 1; }
     // The nearest place inside the image.
@@ -54,8 +56,8 @@ Extent extentOf(int32_t srcOffset, int32_t srcSize, int32_t srcLimit, int32_t ds
     const int32_t dstRest = dstLimit - dstOffset;
     const int32_t src = srcSize < srcRest ? srcSize : srcRest;
     const int32_t dst = dstSize < dstRest ? dstSize : dstRest;
-    if (src <= 0 || dst <= 0) return {srcOffset, -1, 0};
-    return {srcOffset, srcRest - 1, reached(dst, src, step)};
+    if (src <= 0 || dst <= 0) return {srcOffset, -1, 0, dstOffset};
+    return {srcOffset, srcRest - 1, reached(dst, src, step), dstOffset};
 }
 
 // The samples of one image: a run of `channels` of them in every pixel of each plane.
@@ -104,8 +106,6 @@ public:
         if (x.count <= 0 || y.count <= 0 || !pairChannels(srcImage, dstImage)) return;
         from = rasterOf(srcImage, src.coi != 0 ? src.coi - 1 : 0);
         to = rasterOf(dstImage, dst.coi != 0 ? dst.coi - 1 : 0);
-        bitSrc = src.xOffset;
-        bitDst = dst.xOffset;
         valid = true;
     }
 
@@ -122,16 +122,7 @@ public:
     }
 
 private:
-    static constexpr ptrdiff_t strip = 4096; // columns
-    static constexpr ptrdiff_t windowed = 8; // the most bytes of a pixel with windows
     static constexpr ptrdiff_t windowBytes = 16;
-
-    struct Picks {
-        int32_t columns[strip];
-        int32_t first[strip * windowed / windowBytes];
-        uint8_t order[strip * windowed];
-        bool windows;
-    };
 
     // Sets how many channels or planes are worked on.
     bool pairChannels(const DaxImage* srcImage, const DaxImage* dstImage) {
@@ -156,82 +147,39 @@ private:
         return true;
     }
 
-    bool packed() const { return to.pixel == channels; }
-
     void nearest(double x0, double y0) const {
         const int64_t stepX = ownFloor(scale.x * unit);
         const int64_t stepY = ownFloor(scale.y * unit);
         const int64_t startX = ownFloor(x0 * unit);
         const int64_t startY = ownFloor(y0 * unit);
-        Picks picks;
+        const auto rowOf = [&](int64_t k) { return y.inside((startY + k * stepY) >> unitBits); };
+        const ptrdiff_t pixel = bytes == 0 ? 1 : channels * bytes;
+        constexpr ptrdiff_t most = 4096;
+        const ptrdiff_t room = OwnPicks::mostBytes / pixel;
+        const ptrdiff_t strip = room > most ? most : room > 0 ? room : 1;
+        const ptrdiff_t end =
+            bytes == 0 ? (ptrdiff_t{x.size()} + 7) / 8 : (x.last * from.pixel + channels) * bytes;
+        int32_t at[most];
+        OwnPicks picks;
         for (ptrdiff_t done = 0; done < x.count; done += strip) {
             const ptrdiff_t count = x.count - done < strip ? x.count - done : strip;
-            for (ptrdiff_t i = 0; i < count; ++i)
-                picks.columns[i] =
-                    static_cast<int32_t>(x.inside((startX + (done + i) * stepX) >> unitBits));
-            findWindows(&picks, count);
+            for (ptrdiff_t i = 0; i < count; ++i) {
+                const int64_t column = x.inside((startX + (done + i) * stepX) >> unitBits);
+                at[i] = static_cast<int32_t>(bytes == 0 ? x.offset + column
+                                                        : column * from.pixel * bytes);
+            }
+            const ptrdiff_t bit = x.dstOffset + done;
+            picks.set({bytes, channels, bytes == 0 ? bit & 7 : to.pixel * bytes, end}, at, count);
+            const ptrdiff_t first = bytes == 0 ? bit >> 3 : done * to.pixel * bytes;
             for (ptrdiff_t plane = 0; plane < planes; ++plane) {
-                int64_t last = -1;
-                for (ptrdiff_t k = 0; k < y.count; ++k) {
-                    const int64_t row = y.inside((startY + k * stepY) >> unitBits);
-                    pickRow(picks, from.row(plane, row), plane, k, done, count, row == last);
-                    last = row;
+                ptrdiff_t same = 0;
+                for (ptrdiff_t k = 0; k < y.count; k += same) {
+                    const int64_t row = rowOf(k);
+                    for (same = 1; k + same < y.count && rowOf(k + same) == row;) ++same;
+                    picks.run(from.row(plane, row), to.row(plane, k) + first, to.rowStep, same);
                 }
             }
         }
-    }
-
-    void findWindows(Picks* picks, ptrdiff_t count) const {
-        const ptrdiff_t pixel = channels * bytes;
-        const ptrdiff_t limit = (ptrdiff_t{x.last} + 1) * pixel - windowBytes;
-        picks->windows = ownRows<OwnZoom>().windows && bytes != 0 && packed() &&
-                         from.pixel == channels && pixel <= windowed && limit >= 0;
-        if (!picks->windows) return;
-        // The places of a window's bytes, one pixel after the other, and then what they are past
-        // the first.
-        ptrdiff_t column = 0;
-        ptrdiff_t inPixel = 0;
-        for (ptrdiff_t i = 0; i < count * pixel; i += windowBytes) {
-            const ptrdiff_t n = count * pixel - i < windowBytes ? count * pixel - i : windowBytes;
-            ptrdiff_t place[windowBytes];
-            ptrdiff_t first = limit;
-            for (ptrdiff_t k = 0; k < n; ++k) {
-                place[k] = picks->columns[column] * pixel + inPixel;
-                if (place[k] < first) first = place[k];
-                if (++inPixel < pixel) continue;
-                inPixel = 0;
-                ++column;
-            }
-            picks->first[i / windowBytes] = static_cast<int32_t>(first);
-            for (ptrdiff_t k = 0; k < n; ++k)
-                picks->order[i + k] = static_cast<uint8_t>(place[k] - first);
-        }
-    }
-
-    // `again`: the row above came from the same source row.
-    void pickRow(const Picks& picks, const char* src, ptrdiff_t plane, ptrdiff_t k, ptrdiff_t done,
-                 ptrdiff_t count, bool again) const {
-        const auto& rows = ownRows<OwnZoom>();
-        char* dst = to.row(plane, k);
-        const char* above = dst - to.rowStep;
-        if (bytes == 0) {
-            const ptrdiff_t at = bitDst + done;
-            if (again)
-                ownCopyBits(above, at, dst, at, count);
-            else
-                rows.pickBits(src + (bitSrc >> 3), bitSrc & 7, picks.columns, dst + (at >> 3),
-                              static_cast<int32_t>(at & 7), count);
-            return;
-        }
-        dst += done * to.pixel * bytes;
-        above += done * to.pixel * bytes;
-        if (picks.windows)
-            rows.pickBytes(src, {picks.first, picks.order}, dst, count * channels * bytes);
-        else if (again && packed())
-            ownCopyRow(above, dst, count * channels * bytes);
-        else
-            rows.pick[bytes - 1](src, from.pixel * bytes, picks.columns, dst, to.pixel * bytes,
-                                 channels, count);
     }
 
     // Lets `write(first, to, count)` write packed samples of a destination row, in pixels of
@@ -424,8 +372,6 @@ private:
     Raster to = {};
     ptrdiff_t channels = 0;
     ptrdiff_t planes = 0;
-    int32_t bitSrc = 0;
-    int32_t bitDst = 0;
     bool valid = false;
 };
 

@@ -6,13 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-// Where the bytes of a destination row come from, if 16 of them at a time come from 16 neighbours
-// in the source row.
-struct OwnWindows {
-    const int32_t* first;
-    const uint8_t* order; // in the window
-};
-
 struct OwnLinearTaps {
     ptrdiff_t count;       // samples of a work row
     const int32_t* sample; // two to each
@@ -32,12 +25,6 @@ struct OwnCubicTaps {
 };
 
 struct OwnZoomTable {
-    void (*pickBytes)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t bytes);
-    // Pixels of `channels` samples of 1 or 2 bytes, at distances in bytes.
-    void (*pick[2])(const char* src, ptrdiff_t stepSrc, const int32_t* columns, char* dst,
-                    ptrdiff_t stepDst, ptrdiff_t channels, ptrdiff_t count);
-    void (*pickBits)(const char* src, int32_t bitSrc, const int32_t* columns, char* dst,
-                     int32_t bitDst, ptrdiff_t count);
     // By bytes of a sample, 1 or 2.
     void (*linearPass[2])(const char* src, const OwnLinearTaps& taps, int16_t* row);
     void (*linearBlend[2])(const int16_t* upper, const int16_t* lower, int32_t weight, char* dst,

@@ -1,61 +1,13 @@
 #include "geometry/daxZoom.h"
 
-#include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
 #include "frame/vectors.h"
 #include "geometry/nearest.h"
 
-#include <cstring>
 #include <type_traits>
 
 namespace {
-
-// The last, shorter step is the pick of single samples of the caller.
-void pickBytes(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t bytes) {
-#if defined(__AVX2__)
-    for (ptrdiff_t i = 0; i + 16 <= bytes; i += 16) {
-        const __m128i window =
-            _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(src + windows.first[i / 16]));
-        const __m128i order =
-            _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(windows.order + i));
-        _mm_storeu_si128(reinterpret_cast<__m128i_u*>(dst + i), _mm_shuffle_epi8(window, order));
-    }
-    for (ptrdiff_t i = bytes / 16 * 16; i < bytes; ++i)
-        dst[i] = src[windows.first[i / 16] + windows.order[i]];
-#else
-    for (ptrdiff_t i = 0; i < bytes; ++i) dst[i] = src[windows.first[i / 16] + windows.order[i]];
-#endif
-}
-
-template <class T>
-void pick(const char* src, ptrdiff_t stepSrc, const int32_t* columns, char* dst, ptrdiff_t stepDst,
-          ptrdiff_t channels, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; ++i) {
-        const auto* x = ownLanes<T>(src + columns[i] * stepSrc);
-        auto* z = ownLanes<T>(dst + i * stepDst);
-        for (ptrdiff_t c = 0; c < channels; ++c) z[c] = x[c];
-    }
-}
-
-void pickBits(const char* src, int32_t bitSrc, const int32_t* columns, char* dst, int32_t bitDst,
-              ptrdiff_t count) {
-    const auto bitsFrom = [&](ptrdiff_t i, ptrdiff_t bits) {
-        uint32_t taken = 0;
-        for (ptrdiff_t k = 0; k < bits; ++k) {
-            const ptrdiff_t at = ptrdiff_t{bitSrc} + columns[i + k];
-            taken = taken << 1 | (static_cast<uint8_t>(src[at >> 3]) >> (7 - (at & 7)) & 1);
-        }
-        return taken << (8 - bits);
-    };
-    ptrdiff_t done = 0;
-    if (bitDst != 0) {
-        done = count < 8 - bitDst ? count : 8 - bitDst;
-        ownMergeBits(dst++, bitDst, done, bitsFrom(0, done));
-    }
-    for (; done + 8 <= count; done += 8) *dst++ = static_cast<char>(bitsFrom(done, 8));
-    if (done < count) ownMergeBits(dst, 0, count - done, bitsFrom(done, count - done));
-}
 
 void linearPass8(const char* src, const OwnLinearTaps& taps, int16_t* row) {
     const auto* x = ownLanes<uint8_t>(src);
@@ -169,9 +121,6 @@ void cubicBlend(const float* const* rows, const double* weights, char* dst, ptrd
 }
 
 constexpr OwnZoomTable table = {
-    pickBytes,
-    {pick<uint8_t>, pick<uint16_t>},
-    pickBits,
     {linearPass8, linearPass16},
     {linearBlend<uint8_t, 20>, linearBlend<uint16_t, 13>},
     {cubicPass<uint8_t>, cubicPass<uint16_t>},

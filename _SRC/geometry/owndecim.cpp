@@ -12,7 +12,7 @@
 #include "frame/movers.h"
 #include "frame/ownrect.h"
 #include "frame/planeview.h"
-#include "geometry/daxZoom.h"
+#include "geometry/picks.h"
 
 namespace {
 
@@ -108,21 +108,25 @@ public:
           bytes(ownDepthBits(job.depth) / 8) {}
 
     void run(const Range& columns, const Range& rows) const {
-        for (int32_t c = 0; c < job.channels; ++c)
-            for (int64_t first = columns.begin; first < columns.end; first += strip)
-                runStrip(c, {first, first + strip < columns.end ? first + strip : columns.end},
-                         rows);
+        // Pixels that lie side by side in both images go whole.
+        const bool whole = bytes != 0 && job.channels <= wholeChannels &&
+                           src.channelStep == bytes && src.pixelStep == job.channels * bytes &&
+                           dst.channelStep == bytes && dst.pixelStep == src.pixelStep;
+        const ptrdiff_t samples = whole ? job.channels : 1;
+        const bool nearest = bytes == 0 || job.scheme == DAX_INTER_NN;
+        const ptrdiff_t strip = (nearest ? mostPicks : mostSamples) / samples;
+        for (int32_t c = 0; c < (whole ? 1 : job.channels); ++c)
+            for (int64_t first = columns.begin; first < columns.end; first += strip) {
+                const int64_t rest = columns.end - first;
+                const Range part = {first, first + (rest < strip ? rest : strip)};
+                nearest ? pick(c, samples, part, rows) : mix(c, samples, part, rows);
+            }
     }
 
 private:
-    static constexpr ptrdiff_t strip = 1024; // columns
-
-    struct Taps {
-        int32_t at[strip];
-        int32_t part[strip];
-        ptrdiff_t plain; // that many at the left are samples as they are
-        ptrdiff_t count;
-    };
+    static constexpr int32_t wholeChannels = 16;
+    static constexpr ptrdiff_t mostPicks = 2048; // samples, in strips of columns
+    static constexpr ptrdiff_t mostSamples = 1024;
 
     int32_t tapCount(bool between) const {
         return !between ? 1 : job.scheme == DAX_INTER_CUBIC ? 4 : 2;
@@ -132,105 +136,160 @@ private:
         return between && job.scheme == DAX_INTER_CUBIC ? 1 : 0;
     }
 
-    void runStrip(int32_t c, const Range& columns, const Range& rows) const {
-        Taps taps;
-        taps.count = columns.end - columns.begin;
-        taps.plain = !x.between ? taps.count : columns.begin == 0 && x.isPlain(0) ? 1 : 0;
-        for (ptrdiff_t i = 0; i < taps.count; ++i) {
-            const int64_t k = columns.begin + i;
-            const int64_t sample = x.sample(k) - src.x - tapsBefore(i >= taps.plain);
-            taps.at[i] = static_cast<int32_t>(bytes == 0 ? sample : sample * src.pixelStep);
-            taps.part[i] = x.part(k);
-        }
-        for (int64_t k = rows.begin; k < rows.end; ++k) {
-            char* to = dst.data + (job.channelDst + c) * dst.channelStep + k * dst.rowStep;
-            if (bytes == 0 || job.scheme == DAX_INTER_NN) {
-                pickRow(taps, rowAt(c, y.sample(k) - src.y), to, columns.begin);
-                continue;
-            }
-            to += columns.begin * dst.pixelStep;
-            mix(c, taps, {0, taps.plain}, k, to);
-            mix(c, taps, {taps.plain, taps.count}, k, to);
-        }
-    }
-
     char* rowAt(int32_t c, int64_t row) const {
         return src.data + (job.channelSrc + c) * src.channelStep + row * src.rowStep;
     }
-
-    void pickRow(const Taps& taps, const char* row, char* to, int64_t first) const {
-        if (bytes == 0) {
-            const ptrdiff_t bit = bitDst + first;
-            ownRows<OwnZoom>().pickBits(row, 0, taps.at, to + (bit >> 3),
-                                        static_cast<int32_t>(bit & 7), taps.count);
-            return;
-        }
-        to += first * dst.pixelStep;
-        if ((x.step & 255) == 0) {
-            ownRows<OwnDecimate>().pick[bytes - 1](row + taps.at[0],
-                                                   (x.step >> unitBits) * src.pixelStep, to,
-                                                   dst.pixelStep, taps.count);
-        } else {
-            ownRows<OwnZoom>().pick[bytes - 1](row, 1, taps.at, to, dst.pixelStep, 1, taps.count);
-        }
+    char* placeOf(int32_t c, int64_t column, int64_t row) const {
+        return dst.data + (job.channelDst + c) * dst.channelStep + row * dst.rowStep +
+               column * dst.pixelStep;
+    }
+    // Of the bytes of a row, from its first channel on.
+    ptrdiff_t rowBytes() const {
+        const ptrdiff_t all = src.width * src.pixelStep;
+        return (all < src.rowStep ? all : src.rowStep) -
+               (src.channelStep == bytes ? (src.pixelStep - bytes) : 0);
     }
 
-    // A part of a strip, of columns that are all samples or all between them.
-    void mix(int32_t c, const Taps& taps, const Range& part, int64_t k, char* to) const {
-        constexpr ptrdiff_t block = 256;
-        const bool betweenX = part.begin >= taps.plain;
-        const bool betweenY = !y.isPlain(k);
-        const int64_t firstRow = y.sample(k) - src.y - tapsBefore(betweenY);
+    void pick(int32_t c, ptrdiff_t samples, const Range& columns, const Range& rows) const {
+        int32_t at[mostPicks];
+        const ptrdiff_t count = columns.end - columns.begin;
+        for (ptrdiff_t i = 0; i < count; ++i)
+            at[i] = static_cast<int32_t>((x.sample(columns.begin + i) - src.x) *
+                                         (bytes == 0 ? 1 : src.pixelStep));
+        const int64_t bit = bitDst + columns.begin;
+        OwnPicks picks;
+        if (bytes == 0)
+            picks.set({0, 1, bit & 7, (src.width + 7) / 8}, at, count);
+        else
+            picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at,
+                      count);
+        for (int64_t k = rows.begin; k < rows.end; ++k)
+            picks.run(rowAt(c, y.sample(k) - src.y),
+                      placeOf(c, columns.begin, k) + (bytes == 0 ? bit >> 3 : 0), 0, 1);
+    }
+
+    // A strip of columns, which is the same for all rows but for its samples.
+    struct Strip {
+        int32_t channel;
+        ptrdiff_t samples; // of a pixel
+        ptrdiff_t count;   // of samples in all, as below
+        ptrdiff_t plain;   // that many at the left are samples as they are
+        ptrdiff_t begin;   // between these, all taps lie inside the row
+        ptrdiff_t end;
+        int32_t at[mostSamples]; // of the first tap of each pixel
+        int16_t weights[4][mostSamples];
+        OwnPicks picks; // of the first taps
+    };
+
+    void weigh(int32_t part, int16_t* weights, ptrdiff_t step) const {
+        const int32_t f2 = part * part >> 8;
+        const int32_t f3 = part * part * part >> 16;
+        const int32_t cubic[] = {3 * f2 - 2 * part - f3, 3 * f3 - 3 * part - 6 * f2,
+                                 6 * part + 3 * f2 - 3 * f3, f3 - part};
+        const int32_t linear[] = {256 - part, part, 0, 0};
+        for (ptrdiff_t t = 0; t < 4; ++t)
+            weights[t * step] =
+                static_cast<int16_t>((job.scheme == DAX_INTER_CUBIC ? cubic : linear)[t]);
+    }
+
+    void mix(int32_t c, ptrdiff_t samples, const Range& columns, const Range& rows) const {
+        Strip strip;
+        strip.channel = c;
+        strip.samples = samples;
+        const ptrdiff_t pixels = columns.end - columns.begin;
+        const ptrdiff_t plain = !x.between ? pixels : x.isPlain(columns.begin) ? 1 : 0;
+        const ptrdiff_t reach = (tapCount(x.between) - 1) * src.pixelStep;
+        const ptrdiff_t rowEnd = rowBytes() + (samples - 1) * bytes;
+        ptrdiff_t begin = x.between ? plain : 0;
+        ptrdiff_t end = begin;
+        for (ptrdiff_t i = 0; i < pixels; ++i) {
+            const int64_t k = columns.begin + i;
+            const bool between = i >= plain;
+            const int64_t at = (x.sample(k) - src.x - tapsBefore(between)) * src.pixelStep;
+            strip.at[i] = static_cast<int32_t>(at);
+            for (ptrdiff_t s = 0; between && s < samples; ++s)
+                weigh(x.part(k), &strip.weights[0][i * samples + s], mostSamples);
+            if (at < 0 && begin == i) begin = end = i + 1;
+            if (at >= 0 && end == i && at + reach + samples * bytes <= rowEnd) end = i + 1;
+        }
+        strip.count = pixels * samples;
+        strip.plain = plain * samples;
+        strip.begin = begin * samples;
+        strip.end = end * samples;
+        strip.picks.set({bytes, samples, samples * bytes, rowEnd - reach}, strip.at + begin,
+                        end - begin);
+
+        alignas(64) char lanes[4][mostSamples * sizeof(int32_t)];
+        int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
+        const auto laneOf = [&](int64_t row) {
+            char* const lane = lanes[row & 3];
+            if (kept[row & 3] != row) takeRow(strip, row, lane);
+            kept[row & 3] = row;
+            return lane;
+        };
         const auto& kernels = ownRows<OwnDecimate>();
-        const auto take = !betweenX                       ? kernels.take[bytes - 1]
-                          : job.scheme == DAX_INTER_CUBIC ? kernels.takeCubic[bytes - 1]
-                                                          : kernels.takeLinear[bytes - 1];
         const auto combine = job.scheme == DAX_INTER_CUBIC ? kernels.mixCubic[bytes - 1]
                                                            : kernels.mixLinear[bytes - 1];
-        for (ptrdiff_t from = part.begin; from < part.end; from += block) {
-            const ptrdiff_t count = part.end - from < block ? part.end - from : block;
-            const OwnDecimateTaps some = {taps.at + from, taps.part + from, src.pixelStep, count};
-            int32_t lanes[4][block];
-            const int32_t* rows[4];
-            for (int32_t r = 0; r < 4; ++r) {
-                rows[r] = lanes[r < tapCount(betweenY) ? r : 0];
-                if (r < tapCount(betweenY))
-                    takeSafely(c, some, betweenX, firstRow + r, take, lanes[r]);
-            }
+        for (int64_t k = rows.begin; k < rows.end; ++k) {
+            const bool between = !y.isPlain(k);
+            const int64_t first = y.sample(k) - src.y - tapsBefore(between);
+            const char* four[4];
+            for (int32_t r = 0; r < 4; ++r)
+                four[r] = laneOf(first + (r < tapCount(between) ? r : 0));
             // Without a part, what the one row gives goes through unmixed.
-            const int32_t partY = betweenY ? y.part(k) : 0;
-            combine(rows, partY, betweenX, to + from * dst.pixelStep, dst.pixelStep, count);
+            int16_t weights[4];
+            weigh(between ? y.part(k) : 0, weights, 1);
+            char* const to = placeOf(c, columns.begin, k);
+            char block[mostSamples * sizeof(uint16_t)];
+            char* const out = dst.pixelStep == samples * bytes ? to : block;
+            combine(four, weights, false, out, strip.plain);
+            for (const char*& lane : four) lane += strip.plain * laneBytes();
+            combine(four, weights, true, out + strip.plain * bytes, strip.count - strip.plain);
+            if (out == block)
+                ownStridedMovers(bytes).copy(block, bytes, to, dst.pixelStep, strip.count);
         }
     }
 
-    // A cubic at the very edge asks for samples beside the row: these are read where they lie, next
-    // to it in memory, and outside of the memory the nearest of the image.
-    void takeSafely(int32_t c, const OwnDecimateTaps& taps, bool between, int64_t row,
-                    void (*take)(const char*, const OwnDecimateTaps&, int32_t*),
-                    int32_t* lane) const {
-        const char* at = rowAt(c, row);
-        const ptrdiff_t last =
-            taps.at[taps.count - 1] + (tapCount(between) - 1) * src.pixelStep + bytes;
-        const ptrdiff_t begin = at - src.data;
-        if (begin + taps.at[0] >= 0 && begin + last <= src.size) {
-            take(at, taps, lane);
-            return;
-        }
-        const int64_t insideRow = row < 0 ? 0 : row >= src.height ? src.height - 1 : row;
-        for (ptrdiff_t i = 0; i < taps.count; ++i) {
+    ptrdiff_t laneBytes() const { return bytes * 2; }
+
+    // What comes of one source row. A cubic at the very edge asks for samples beside the row: these
+    // are read where they lie, next to it in memory, and outside of the memory the nearest of the
+    // image.
+    void takeRow(const Strip& strip, int64_t row, char* lane) const {
+        const ptrdiff_t offset = rowAt(strip.channel, row) - src.data;
+        const bool inside = offset >= 0 && offset < src.size;
+        const int64_t nearest = row < 0 ? 0 : row >= src.height ? src.height - 1 : row;
+        const char* const from = rowAt(strip.channel, inside ? row : nearest);
+        alignas(64) char block[4][mostSamples * sizeof(uint16_t)];
+        for (int32_t t = 0; strip.begin < strip.end && t < tapCount(x.between); ++t)
+            strip.picks.run(from + t * src.pixelStep, block[t], 0, 1);
+        takeTaps(strip, block[0], block[1] - block[0], strip.begin, strip.end, lane);
+        for (ptrdiff_t i = 0; i < strip.count; ++i) {
+            if (i == strip.begin) i = strip.end;
+            if (i >= strip.count) break;
             char samples[4 * sizeof(uint16_t)];
-            for (int32_t t = 0; t < tapCount(between); ++t) {
-                const ptrdiff_t offset = taps.at[i] + t * src.pixelStep;
-                const char* from = at + offset;
-                if (begin + offset < 0 || begin + offset + bytes > src.size) {
-                    const ptrdiff_t most = (src.width - 1) * src.pixelStep;
-                    from = rowAt(c, insideRow) + (offset < 0 ? 0 : offset > most ? most : offset);
-                }
-                ownCopyRow(from, samples + t * bytes, bytes);
+            const ptrdiff_t inPixel = i % strip.samples * bytes;
+            for (int32_t t = 0; t < tapCount(i >= strip.plain); ++t) {
+                const ptrdiff_t at = strip.at[i / strip.samples] + t * src.pixelStep;
+                const ptrdiff_t most = (src.width - 1) * src.pixelStep;
+                const char* sample = src.data + offset + at;
+                if (offset + at + inPixel < 0 || offset + at + inPixel + bytes > src.size)
+                    sample = rowAt(strip.channel, nearest) + (at < 0 ? 0 : at > most ? most : at);
+                ownCopyRow(sample + inPixel, samples + t * bytes, bytes);
             }
-            const int32_t none = 0;
-            take(samples, {&none, taps.part + i, bytes, 1}, lane + i);
+            takeTaps(strip, samples, bytes, i, i + 1, lane);
         }
+    }
+
+    // The taps of a part of a strip, one row of them after the other.
+    void takeTaps(const Strip& strip, const char* taps, ptrdiff_t step, ptrdiff_t begin,
+                  ptrdiff_t end, char* lane) const {
+        const auto& kernels = ownRows<OwnDecimate>();
+        const auto take = begin < strip.plain             ? kernels.take[bytes - 1]
+                          : job.scheme == DAX_INTER_CUBIC ? kernels.takeCubic[bytes - 1]
+                                                          : kernels.takeLinear[bytes - 1];
+        take({taps, step, &strip.weights[0][begin], mostSamples}, lane + begin * laneBytes(),
+             end - begin);
     }
 
     const Job& job;

@@ -21,28 +21,26 @@ struct OwnFraction {
 void ownDecimate(DaxImage* srcImage, DaxImage* dstImage, OwnFraction x, OwnFraction y,
                  int32_t interpolate, const int32_t* tilePos);
 
-// Where the samples of one stretch of a row come from, in bytes from the row's start; with a place
-// between samples, the first that counts, the distance of the others, and the place in 1/256.
+// The samples that count for each of a stretch of a row, in rows that lie `step` bytes apart, and
+// their weights, in rows `stepWeights` numbers apart.
 struct OwnDecimateTaps {
-    const int32_t* at;
-    const int32_t* part;
-    ptrdiff_t distance;
-    ptrdiff_t count;
+    const char* samples;
+    ptrdiff_t step;
+    const int16_t* weights;
+    ptrdiff_t stepWeights;
 };
 
-// By bytes of a sample, 1 or 2. What comes of one source row are 32-bit numbers: samples, linear
-// ones in 1/256, or cubic ones in 1/6.
+// By bytes of a sample, 1 or 2. What comes of one source row are numbers twice as wide: samples,
+// linear ones in 1/256, or cubic ones in 1/6.
 struct OwnDecimateTable {
-    // Every `step` bytes.
-    void (*pick[2])(const char* src, ptrdiff_t step, char* dst, ptrdiff_t stepDst, ptrdiff_t count);
-    void (*take[2])(const char* src, const OwnDecimateTaps& taps, int32_t* row);
-    void (*takeLinear[2])(const char* src, const OwnDecimateTaps& taps, int32_t* row);
-    void (*takeCubic[2])(const char* src, const OwnDecimateTaps& taps, int32_t* row);
+    void (*take[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
+    void (*takeLinear[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
+    void (*takeCubic[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
     // Of two rows, of samples or of linear ones, and of four rows, of samples or of cubic ones.
-    void (*mixLinear[2])(const int32_t* const* rows, int32_t part, bool ofLinear, char* dst,
-                         ptrdiff_t stepDst, ptrdiff_t count);
-    void (*mixCubic[2])(const int32_t* const* rows, int32_t part, bool ofCubic, char* dst,
-                        ptrdiff_t stepDst, ptrdiff_t count);
+    void (*mixLinear[2])(const char* const* rows, const int16_t* weights, bool ofLinear, char* dst,
+                         ptrdiff_t count);
+    void (*mixCubic[2])(const char* const* rows, const int16_t* weights, bool ofCubic, char* dst,
+                        ptrdiff_t count);
 };
 
 struct OwnDecimate {

@@ -3,125 +3,114 @@
 #include "frame/kernels.h"
 #include "frame/lanes.h"
 
+#include <type_traits>
+
 namespace {
 
-template <class T>
-void pick(const char* src, ptrdiff_t step, char* dst, ptrdiff_t stepDst, ptrdiff_t count) {
-    constexpr ptrdiff_t size = sizeof(T);
-    const auto* x = ownLanes<T>(src);
-    auto* z = ownLanes<T>(dst);
-    if (stepDst == size && step == 2 * size) {
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i * 2];
-    } else if (stepDst == size && step == 3 * size) {
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i * 3];
-    } else if (stepDst == size && step == 4 * size) {
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i * 4];
-    } else {
-        for (ptrdiff_t i = 0; i < count; ++i)
-            *ownLanes<T>(dst + i * stepDst) = *ownLanes<T>(src + i * step);
-    }
+// Weights of the cubic sum up to less than 1728 in size, so that what comes of samples of 8 bits
+// fits 16 even when it is 6 times as large; linear ones are never negative.
+template <class T> using CubicLane = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
+template <class T> using LinearLane = std::make_unsigned_t<CubicLane<T>>;
+
+template <class T> void take(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
+    const auto* x = ownLanes<T>(taps.samples);
+    auto* z = ownLanes<LinearLane<T>>(lanes);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i];
 }
 
-template <class T> void take(const char* src, const OwnDecimateTaps& taps, int32_t* row) {
-    for (ptrdiff_t i = 0; i < taps.count; ++i) row[i] = *ownLanes<T>(src + taps.at[i]);
-}
-
-template <class T> void takeLinear(const char* src, const OwnDecimateTaps& taps, int32_t* row) {
-    for (ptrdiff_t i = 0; i < taps.count; ++i) {
-        const char* at = src + taps.at[i];
-        const int32_t a = *ownLanes<T>(at);
-        const int32_t b = *ownLanes<T>(at + taps.distance);
-        row[i] = (256 - taps.part[i]) * a + taps.part[i] * b;
-    }
+template <class T> void takeLinear(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
+    using Lane = LinearLane<T>;
+    const auto* a = ownLanes<T>(taps.samples);
+    const auto* b = ownLanes<T>(taps.samples + taps.step);
+    const int16_t* wa = taps.weights;
+    const int16_t* wb = taps.weights + taps.stepWeights;
+    auto* z = ownLanes<Lane>(lanes);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        z[i] = static_cast<Lane>(static_cast<uint32_t>(a[i]) * static_cast<uint16_t>(wa[i]) +
+                                 static_cast<uint32_t>(b[i]) * static_cast<uint16_t>(wb[i]));
 }
 
 // The cubic through four numbers, in 1/6 of them, between the second and the third. It wraps.
-int32_t cubicOf(int32_t first, int32_t second, int32_t third, int32_t fourth, int32_t part) {
-    const auto m = static_cast<uint32_t>(first);
-    const auto p = static_cast<uint32_t>(second);
-    const auto q = static_cast<uint32_t>(third);
-    const auto r = static_cast<uint32_t>(fourth);
-    const auto f = static_cast<uint32_t>(part);
-    const uint32_t f2 = f * f >> 8;
-    const uint32_t f3 = f * f * f >> 16;
-    const uint32_t t =
-        (6 * q - 2 * m - 3 * p - r) * f + 3 * (m - 2 * p + q) * f2 + (3 * p - m - 3 * q + r) * f3;
-    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int32_t>(t) >> 8) + 6 * p);
-}
-
-template <class T> void takeCubic(const char* src, const OwnDecimateTaps& taps, int32_t* row) {
-    for (ptrdiff_t i = 0; i < taps.count; ++i) {
-        const char* at = src + taps.at[i];
-        row[i] = cubicOf(*ownLanes<T>(at), *ownLanes<T>(at + taps.distance),
-                         *ownLanes<T>(at + 2 * taps.distance), *ownLanes<T>(at + 3 * taps.distance),
-                         taps.part[i]);
-    }
-}
-
-template <class T, int32_t shift>
-void mixLinearBy(const int32_t* const* rows, int32_t part, char* dst, ptrdiff_t stepDst,
-                 ptrdiff_t count) {
-    const int32_t* upper = rows[0];
-    const int32_t* lower = rows[1];
-    const auto f = static_cast<uint32_t>(part);
-    const auto valueOf = [&](ptrdiff_t i) {
-        const uint32_t sum =
-            (256 - f) * static_cast<uint32_t>(upper[i]) + f * static_cast<uint32_t>(lower[i]);
-        return static_cast<T>(((sum >> shift) + 1) >> 1);
+int32_t cubicOf(int32_t m, int32_t p, int32_t q, int32_t r, int32_t wm, int32_t wp, int32_t wq,
+                int32_t wr) {
+    const auto product = [](int32_t a, int32_t b) {
+        return static_cast<uint32_t>(a) * static_cast<uint32_t>(b);
     };
-    auto* z = ownLanes<T>(dst);
-    if (stepDst == sizeof(T)) {
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = valueOf(i);
-    } else {
-        for (ptrdiff_t i = 0; i < count; ++i) *ownLanes<T>(dst + i * stepDst) = valueOf(i);
-    }
+    const uint32_t t = product(m, wm) + product(p, wp) + product(q, wq) + product(r, wr);
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int32_t>(t) >> 8) +
+                                product(6, p));
+}
+
+template <class T> void takeCubic(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
+    using Lane = CubicLane<T>;
+    const auto* m = ownLanes<T>(taps.samples);
+    const auto* p = ownLanes<T>(taps.samples + taps.step);
+    const auto* q = ownLanes<T>(taps.samples + 2 * taps.step);
+    const auto* r = ownLanes<T>(taps.samples + 3 * taps.step);
+    const int16_t* w = taps.weights;
+    const ptrdiff_t next = taps.stepWeights;
+    auto* z = ownLanes<Lane>(lanes);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        z[i] = static_cast<Lane>(
+            cubicOf(m[i], p[i], q[i], r[i], w[i], w[i + next], w[i + 2 * next], w[i + 3 * next]));
 }
 
 template <class T>
-void mixLinear(const int32_t* const* rows, int32_t part, bool ofLinear, char* dst,
-               ptrdiff_t stepDst, ptrdiff_t count) {
-    const auto mix = ofLinear ? mixLinearBy<T, 15> : mixLinearBy<T, 7>;
-    mix(rows, part, dst, stepDst, count);
+void mixLinear(const char* const* rows, const int16_t* weights, bool ofLinear, char* dst,
+               ptrdiff_t count) {
+    const auto* upper = ownLanes<LinearLane<T>>(rows[0]);
+    const auto* lower = ownLanes<LinearLane<T>>(rows[1]);
+    const auto w0 = static_cast<uint32_t>(weights[0]);
+    const auto w1 = static_cast<uint32_t>(weights[1]);
+    const int32_t shift = ofLinear ? 15 : 7;
+    auto* z = ownLanes<T>(dst);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        z[i] = static_cast<T>((((w0 * upper[i] + w1 * lower[i]) >> shift) + 1) >> 1);
+}
+
+// A 36th or a 6th, cut to the range of samples.
+template <class T, int32_t divisor> T partOf(int32_t value) {
+    value = value < 0 ? 0 : value;
+    if constexpr (sizeof(T) == 1) {
+        // Below 2^16; exact there.
+        const uint32_t product = static_cast<uint32_t>(value) * (divisor == 6 ? 43691 : 58255);
+        value = static_cast<int32_t>(product >> (divisor == 6 ? 18 : 21));
+    } else {
+        // Below 2^24: exact as a float, and the quotient rounds up to no whole number.
+        value = static_cast<int32_t>(static_cast<float>(value) / divisor);
+    }
+    constexpr int32_t most = static_cast<T>(-1);
+    return static_cast<T>(value > most ? most : value);
 }
 
 template <class T, int32_t divisor>
-void mixCubicBy(const int32_t* const* rows, int32_t part, char* dst, ptrdiff_t stepDst,
-                ptrdiff_t count) {
-    constexpr int32_t most = static_cast<T>(-1);
-    const int32_t* r0 = rows[0];
-    const int32_t* r1 = rows[1];
-    const int32_t* r2 = rows[2];
-    const int32_t* r3 = rows[3];
-    const auto valueOf = [&](ptrdiff_t i) {
-        const int32_t value = cubicOf(r0[i], r1[i], r2[i], r3[i], part) / divisor;
-        return static_cast<T>(value < 0 ? 0 : value > most ? most : value);
-    };
+void mixCubicBy(const char* const* rows, const int16_t* weights, char* dst, ptrdiff_t count) {
+    using Lane = CubicLane<T>;
+    const auto* r0 = ownLanes<Lane>(rows[0]);
+    const auto* r1 = ownLanes<Lane>(rows[1]);
+    const auto* r2 = ownLanes<Lane>(rows[2]);
+    const auto* r3 = ownLanes<Lane>(rows[3]);
     auto* z = ownLanes<T>(dst);
-    if (stepDst == sizeof(T)) {
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < count; ++i) z[i] = valueOf(i);
-    } else {
-        for (ptrdiff_t i = 0; i < count; ++i) *ownLanes<T>(dst + i * stepDst) = valueOf(i);
-    }
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i)
+        z[i] = partOf<T, divisor>(
+            cubicOf(r0[i], r1[i], r2[i], r3[i], weights[0], weights[1], weights[2], weights[3]));
 }
 
 template <class T>
-void mixCubic(const int32_t* const* rows, int32_t part, bool ofCubic, char* dst, ptrdiff_t stepDst,
+void mixCubic(const char* const* rows, const int16_t* weights, bool ofCubic, char* dst,
               ptrdiff_t count) {
     const auto mix = ofCubic ? mixCubicBy<T, 36> : mixCubicBy<T, 6>;
-    mix(rows, part, dst, stepDst, count);
+    mix(rows, weights, dst, count);
 }
 
 constexpr OwnDecimateTable table = {
-    {pick<uint8_t>, pick<uint16_t>},
-    {take<uint8_t>, take<uint16_t>},
-    {takeLinear<uint8_t>, takeLinear<uint16_t>},
-    {takeCubic<uint8_t>, takeCubic<uint16_t>},
-    {mixLinear<uint8_t>, mixLinear<uint16_t>},
+    {take<uint8_t>, take<uint16_t>},           {takeLinear<uint8_t>, takeLinear<uint16_t>},
+    {takeCubic<uint8_t>, takeCubic<uint16_t>}, {mixLinear<uint8_t>, mixLinear<uint16_t>},
     {mixCubic<uint8_t>, mixCubic<uint16_t>},
 };
 

@@ -1,0 +1,69 @@
+// Pixels of a row taken from places in another one that are the same for many rows: the places are
+// turned once into windows of the source row and shuffles in them.
+#ifndef OWN_PICKS_H
+#define OWN_PICKS_H
+
+#include <cstddef>
+#include <cstdint>
+
+// The destination row goes in steps, each out of one or a few stretches of the source row. Bytes go
+// in steps as wide as the windows, 64 or 16 bytes; bits in steps of 64 or 32.
+struct OwnWindows {
+    ptrdiff_t width;
+    ptrdiff_t steps;
+    ptrdiff_t count;      // windows to a step; 0 if there are none and places count one by one
+    const int32_t* first; // of each window, `steps` at a time
+    // The place in the window of every byte of a step, or that of every bit; 0x80 for one that
+    // comes from another window.
+    const uint8_t* order;
+    const uint8_t* mask; // of the bit in its byte
+};
+
+struct OwnPickForm {
+    ptrdiff_t bytes;   // of a sample, 0 for bits; places count bytes or bits
+    ptrdiff_t samples; // of a pixel
+    ptrdiff_t stepDst; // bytes from pixel to pixel; of bits, the phase of the first
+    ptrdiff_t end;     // of the bytes of a source row that may be read
+};
+
+class OwnPicks {
+public:
+    // Of a destination row, for windows.
+    static constexpr ptrdiff_t mostBytes = 16384;
+    static constexpr ptrdiff_t mostBits = mostBytes / 2;
+
+    // `at` is used on.
+    void set(const OwnPickForm& theForm, const int32_t* at, ptrdiff_t count);
+    // The same into several rows.
+    void run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const;
+
+private:
+    bool findByteWindows();
+    bool findBitWindows();
+
+    OwnPickForm form;
+    const int32_t* places;
+    ptrdiff_t placeCount;
+    ptrdiff_t head; // bits before the first whole byte
+    OwnWindows windows;
+    int32_t first[mostBytes / 16];
+    uint8_t order[mostBytes];
+};
+
+struct OwnPickTable {
+    ptrdiff_t (*widest)(); // the width of windows that the kernels can do with, or 0
+    void (*bytes)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t rowStep,
+                  ptrdiff_t rows, ptrdiff_t count);
+    void (*bits)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t count);
+    // One by one; pixels of samples of 1 or 2 bytes, and bits.
+    void (*pixels[2])(const char* src, const int32_t* at, char* dst, ptrdiff_t stepDst,
+                      ptrdiff_t samples, ptrdiff_t count);
+    void (*bitByBit)(const char* src, const int32_t* at, char* dst, int32_t bitDst,
+                     ptrdiff_t count);
+};
+
+struct OwnPick {
+    using Table = OwnPickTable;
+};
+
+#endif
