@@ -23,24 +23,26 @@ template <class T> void takeLinear(const OwnDecimateTaps& taps, char* lanes, ptr
     using Lane = LinearLane<T>;
     const auto* a = ownLanes<T>(taps.samples);
     const auto* b = ownLanes<T>(taps.samples + taps.step);
-    const int16_t* wa = taps.weights;
-    const int16_t* wb = taps.weights + taps.stepWeights;
+    // The weights of two samples sum up to 256.
+    const int16_t* w = taps.weights + taps.stepWeights;
     auto* z = ownLanes<Lane>(lanes);
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = static_cast<Lane>(static_cast<uint32_t>(a[i]) * static_cast<uint16_t>(wa[i]) +
-                                 static_cast<uint32_t>(b[i]) * static_cast<uint16_t>(wb[i]));
+        z[i] = static_cast<Lane>((static_cast<uint32_t>(a[i]) << 8) +
+                                 static_cast<uint16_t>(w[i]) *
+                                     (static_cast<uint32_t>(b[i]) - static_cast<uint32_t>(a[i])));
 }
 
-// The cubic through four numbers, in 1/6 of them, between the second and the third. It wraps.
-int32_t cubicOf(int32_t m, int32_t p, int32_t q, int32_t r, int32_t wm, int32_t wp, int32_t wq,
-                int32_t wr) {
-    const auto product = [](int32_t a, int32_t b) {
-        return static_cast<uint32_t>(a) * static_cast<uint32_t>(b);
+// The cubic through four numbers, in 1/6 of them, between the second and the third. In 32 bits it
+// wraps.
+template <class Lane>
+int32_t cubicOf(Lane m, Lane p, Lane q, Lane r, int16_t wm, int16_t wp, int16_t wq, int16_t wr) {
+    using Sum = std::conditional_t<sizeof(Lane) == 2, int32_t, uint32_t>;
+    const auto product = [](Lane a, int16_t b) {
+        return static_cast<Sum>(a) * static_cast<Sum>(b);
     };
-    const uint32_t t = product(m, wm) + product(p, wp) + product(q, wq) + product(r, wr);
-    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int32_t>(t) >> 8) +
-                                product(6, p));
+    const Sum t = product(m, wm) + product(p, wp) + product(q, wq) + product(r, wr);
+    return static_cast<int32_t>(static_cast<Sum>(static_cast<int32_t>(t) >> 8) + product(p, 6));
 }
 
 template <class T> void takeCubic(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
@@ -54,8 +56,8 @@ template <class T> void takeCubic(const OwnDecimateTaps& taps, char* lanes, ptrd
     auto* z = ownLanes<Lane>(lanes);
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = static_cast<Lane>(
-            cubicOf(m[i], p[i], q[i], r[i], w[i], w[i + next], w[i + 2 * next], w[i + 3 * next]));
+        z[i] = static_cast<Lane>(cubicOf<Lane>(m[i], p[i], q[i], r[i], w[i], w[i + next],
+                                               w[i + 2 * next], w[i + 3 * next]));
 }
 
 template <class T>
@@ -63,13 +65,14 @@ void mixLinear(const char* const* rows, const int16_t* weights, bool ofLinear, c
                ptrdiff_t count) {
     const auto* upper = ownLanes<LinearLane<T>>(rows[0]);
     const auto* lower = ownLanes<LinearLane<T>>(rows[1]);
-    const auto w0 = static_cast<uint32_t>(weights[0]);
-    const auto w1 = static_cast<uint32_t>(weights[1]);
+    const auto w = static_cast<uint32_t>(weights[1]);
     const int32_t shift = ofLinear ? 15 : 7;
     auto* z = ownLanes<T>(dst);
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = static_cast<T>((((w0 * upper[i] + w1 * lower[i]) >> shift) + 1) >> 1);
+        z[i] = static_cast<T>(
+            ((((uint32_t{upper[i]} << 8) + w * (uint32_t{lower[i]} - upper[i])) >> shift) + 1) >>
+            1);
 }
 
 // A 36th or a 6th, cut to the range of samples.
@@ -97,8 +100,8 @@ void mixCubicBy(const char* const* rows, const int16_t* weights, char* dst, ptrd
     auto* z = ownLanes<T>(dst);
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = partOf<T, divisor>(
-            cubicOf(r0[i], r1[i], r2[i], r3[i], weights[0], weights[1], weights[2], weights[3]));
+        z[i] = partOf<T, divisor>(cubicOf<Lane>(r0[i], r1[i], r2[i], r3[i], weights[0], weights[1],
+                                                weights[2], weights[3]));
 }
 
 template <class T>

@@ -16,15 +16,17 @@ template <bool one>
 __attribute__((target("avx512vbmi"))) void permuteBytes(const char* src, const OwnWindows& windows,
                                                         char* dst, ptrdiff_t rowStep,
                                                         ptrdiff_t rows, ptrdiff_t count) {
-    for (ptrdiff_t step = 0; step < windows.steps; ++step, dst += 64) {
-        const __m512i order = _mm512_loadu_si512(windows.order + step * 64);
-        const __m512i bytes = _mm512_loadu_si512(src + windows.first[step]);
+    // What is stored could be the windows' description, for all that the compiler knows.
+    const OwnWindows from = windows;
+    for (ptrdiff_t step = 0; step < from.steps; ++step, dst += 64) {
+        const __m512i order = _mm512_loadu_si512(from.order + step * 64);
+        const __m512i bytes = _mm512_loadu_si512(src + from.first[step]);
         __m512i result = _mm512_permutexvar_epi8(order, bytes);
-        for (ptrdiff_t i = 1; !one && i < windows.count; ++i) {
-            const ptrdiff_t at = i * windows.steps + step;
-            const __m512i others = _mm512_loadu_si512(windows.order + at * 64);
+        for (ptrdiff_t i = 1; !one && i < from.count; ++i) {
+            const ptrdiff_t at = i * from.steps + step;
+            const __m512i others = _mm512_loadu_si512(from.order + at * 64);
             result = _mm512_mask_permutexvar_epi8(result, ~_mm512_movepi8_mask(others), others,
-                                                  _mm512_loadu_si512(src + windows.first[at]));
+                                                  _mm512_loadu_si512(src + from.first[at]));
         }
         const ptrdiff_t rest = count - step * 64;
         if (rest >= 64) {
