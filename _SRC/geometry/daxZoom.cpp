@@ -122,8 +122,6 @@ public:
     }
 
 private:
-    static constexpr ptrdiff_t windowBytes = 16;
-
     // Sets how many channels or planes are worked on.
     bool pairChannels(const DaxImage* srcImage, const DaxImage* dstImage) {
         const int32_t coiSrc = ownCoi(srcImage);
@@ -182,77 +180,93 @@ private:
         }
     }
 
-    // Lets `write(first, to, count)` write packed samples of a destination row, in pixels of
-    // `samples` of them.
-    template <class Write> void emit(char* dst, ptrdiff_t samples, Write write) const {
-        const ptrdiff_t total = x.count * samples;
-        if (to.pixel == samples) {
-            write(0, dst, total);
+    // Samples that all rows take from the same places.
+    static constexpr ptrdiff_t linearStrip = 1024;
+    static constexpr ptrdiff_t cubicStrip = 512;
+
+    // For interpolation, rows count from the image's edge.
+    const char* sourceRow(ptrdiff_t plane, int64_t row) const {
+        return from.row(plane, y.inside(row)) - x.offset * from.pixel * bytes;
+    }
+    int32_t byteOf(int64_t column, ptrdiff_t channel) const {
+        const int64_t sample = (x.offset + x.inside(column)) * from.pixel + channel;
+        return static_cast<int32_t>(sample * bytes);
+    }
+    OwnPickForm tapsForm() const {
+        return {bytes, 1, bytes, ((x.size() - 1) * from.pixel + channels) * bytes};
+    }
+
+    // Lets `write(dst)` write samples of a destination row side by side.
+    template <class Write>
+    void emit(char* row, ptrdiff_t first, ptrdiff_t count, Write write) const {
+        if (to.pixel == channels) {
+            write(row + first * bytes);
             return;
         }
-        char block[1024];
-        const ptrdiff_t room = static_cast<ptrdiff_t>(sizeof block) / bytes;
-        for (ptrdiff_t done = 0; done < total; done += room) {
-            const ptrdiff_t count = total - done < room ? total - done : room;
-            write(done, block, count);
-            if (samples == 1) {
-                ownStridedMovers(bytes).copy(block, bytes, dst + done * to.pixel * bytes,
-                                             to.pixel * bytes, count);
-                continue;
-            }
-            for (ptrdiff_t i = 0; i < count; ++i) {
-                const ptrdiff_t at = done + i;
-                ownCopyRow(block + i * bytes,
-                           dst + (at / samples * to.pixel + at % samples) * bytes, bytes);
-            }
+        char block[linearStrip * sizeof(uint16_t)];
+        write(block);
+        if (channels == 1) {
+            ownStridedMovers(bytes).copy(block, bytes, row + first * to.pixel * bytes,
+                                         to.pixel * bytes, count);
+            return;
+        }
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            const ptrdiff_t at = (first + i) / channels * to.pixel + (first + i) % channels;
+            ownCopyRow(block + i * bytes, row + at * bytes, bytes);
         }
     }
+
+    struct LinearStrip {
+        OwnPicks picks;
+        int32_t at[2 * linearStrip]; // two to each sample
+        int16_t weights[2 * linearStrip];
+        int16_t rows[2][linearStrip];
+        char taps[2 * linearStrip * sizeof(uint16_t)];
+    };
 
     void linear(double x0, double y0) const {
         const int64_t stepX = ownNearest(scale.x * unit);
         const int64_t stepY = ownNearest(scale.y * unit);
         const int64_t startX = ownNearest(x0 * unit);
         const int64_t startY = ownNearest(y0 * unit);
-        const ptrdiff_t count = x.count * channels;
-        const OwnBuffer<int32_t> sample(count * 2);
-        const OwnBuffer<int16_t> weight(count * 2);
-        const OwnBuffer<int32_t> window(count / 8);
-        const OwnBuffer<uint8_t> order(count / 8 * 32);
-        const OwnBuffer<int16_t> work(count * 2);
-        if (!sample || !weight || !window || !order || !work) return;
-        for (ptrdiff_t i = 0; i < count; ++i) {
-            const int64_t at = startX + i / channels * stepX;
-            const int64_t first = pairOf(x, at);
-            const int32_t part = weightOf(first, at);
-            for (ptrdiff_t k = 0; k < 2; ++k)
-                sample[2 * i + k] =
-                    static_cast<int32_t>(x.inside(first + k) * from.pixel + i % channels);
-            weight[2 * i] = static_cast<int16_t>(unit - part);
-            weight[2 * i + 1] = static_cast<int16_t>(part);
-        }
-        OwnLinearTaps taps = {count, sample.get(), weight.get(), nullptr, order.get()};
-        if (findWindows(taps, window.get(), order.get())) taps.window = window.get();
-
+        const OwnBuffer<LinearStrip> block(1);
+        if (!block) return;
+        LinearStrip& strip = block[0];
         const auto& rows = ownRows<OwnZoom>();
         const auto pass = rows.linearPass[bytes - 1];
         const auto blend = rows.linearBlend[bytes - 1];
-        for (ptrdiff_t plane = 0; plane < planes; ++plane) {
-            int64_t kept[2] = {INT64_MIN, INT64_MIN};
-            const auto rowOf = [&](int64_t row) {
-                int16_t* at = work.get() + (row & 1) * count;
-                if (kept[row & 1] != row) pass(from.row(plane, y.inside(row)), taps, at);
-                kept[row & 1] = row;
-                return at;
-            };
-            for (ptrdiff_t k = 0; k < y.count; ++k) {
-                const int64_t at = startY + k * stepY;
-                const int64_t row = pairOf(y, at);
-                const int16_t* upper = rowOf(row);
-                const int16_t* lower = rowOf(row + 1);
-                const int32_t part = weightOf(row, at);
-                emit(to.row(plane, k), channels, [&](ptrdiff_t first, char* dst, ptrdiff_t n) {
-                    blend(upper + first, lower + first, part, dst, n);
-                });
+        const ptrdiff_t total = x.count * channels;
+        for (ptrdiff_t first = 0; first < total; first += linearStrip) {
+            const ptrdiff_t count = total - first < linearStrip ? total - first : linearStrip;
+            for (ptrdiff_t i = 0; i < count; ++i) {
+                const int64_t position = startX + (first + i) / channels * stepX;
+                const int64_t column = pairOf(x, position);
+                const int32_t part = weightOf(column, position);
+                for (ptrdiff_t k = 0; k < 2; ++k)
+                    strip.at[2 * i + k] = byteOf(column + k, (first + i) % channels);
+                strip.weights[2 * i] = static_cast<int16_t>(unit - part);
+                strip.weights[2 * i + 1] = static_cast<int16_t>(part);
+            }
+            strip.picks.set(tapsForm(), strip.at, 2 * count);
+            for (ptrdiff_t plane = 0; plane < planes; ++plane) {
+                int64_t kept[2] = {INT64_MIN, INT64_MIN};
+                const auto rowOf = [&](int64_t row) {
+                    int16_t* const lanes = strip.rows[row & 1];
+                    if (kept[row & 1] == row) return lanes;
+                    strip.picks.run(sourceRow(plane, row), strip.taps, 0, 1);
+                    pass(strip.taps, strip.weights, lanes, count);
+                    kept[row & 1] = row;
+                    return lanes;
+                };
+                for (ptrdiff_t k = 0; k < y.count; ++k) {
+                    const int64_t position = startY + k * stepY;
+                    const int64_t row = pairOf(y, position);
+                    const int16_t* upper = rowOf(row);
+                    const int16_t* lower = rowOf(row + 1);
+                    const int32_t part = weightOf(row, position);
+                    emit(to.row(plane, k), first, count,
+                         [&](char* dst) { blend(upper, lower, part, dst, count); });
+                }
             }
         }
     }
@@ -267,29 +281,6 @@ private:
     static int32_t weightOf(int64_t first, int64_t position) {
         const int64_t weight = position - first * (int64_t{1} << unitBits);
         return weight < INT16_MAX ? static_cast<int32_t>(weight) : INT16_MAX;
-    }
-
-    bool findWindows(const OwnLinearTaps& taps, int32_t* window, uint8_t* order) const {
-        // The row that holds the region, from the region's start.
-        const ptrdiff_t begin = -ptrdiff_t{x.offset} * from.pixel;
-        const ptrdiff_t end = (ptrdiff_t{x.last} + 1) * from.pixel - (from.pixel - channels);
-        if (!ownRows<OwnZoom>().windows || bytes != 1 || end - begin < windowBytes) return false;
-        for (ptrdiff_t i = 0; i + 8 <= taps.count; i += 8) {
-            const int32_t* sample = taps.sample + i * 2;
-            ptrdiff_t first = end - windowBytes;
-            ptrdiff_t last = begin;
-            for (int32_t k = 0; k < 16; ++k) {
-                if (sample[k] < first) first = sample[k];
-                if (sample[k] > last) last = sample[k];
-            }
-            if (last - first >= windowBytes) return false;
-            window[i / 8] = static_cast<int32_t>(first);
-            for (int32_t k = 0; k < 16; ++k) {
-                order[i * 4 + 2 * k] = static_cast<uint8_t>(sample[k] - first);
-                order[i * 4 + 2 * k + 1] = 0x80; // gives 0
-            }
-        }
-        return true;
     }
 
     // The four places around a position, by the second of them; and the weights of their
@@ -311,54 +302,56 @@ private:
         return at;
     }
 
-    void cubic(double x0, double y0) const {
-        const ptrdiff_t count = x.count;
-        const OwnBuffer<int32_t> column(count * 4);
-        const OwnBuffer<double> weights(count * 3);
-        const OwnBuffer<float> work(count * channels * 4);
-        if (!column || !weights || !work) return;
-        double position = x0;
-        for (ptrdiff_t i = 0; i < count; ++i, position += scale.x) {
-            double w[3];
-            const int64_t at = cubicPlace(x, position, w);
-            for (ptrdiff_t k = 0; k < 3; ++k) weights[k * count + i] = w[k];
-            for (ptrdiff_t k = 0; k < 4; ++k)
-                column[4 * i + k] = static_cast<int32_t>(x.inside(at - 1 + k) * from.pixel);
-        }
-        const OwnCubicTaps taps = {count,
-                                   column.get(),
-                                   weights.get(),
-                                   weights.get() + count,
-                                   weights.get() + 2 * count,
-                                   from.pixel == 1 && x.size() >= 4};
+    struct CubicStrip {
+        OwnPicks picks;
+        int32_t at[4 * cubicStrip]; // four to each sample
+        double weights[3][cubicStrip];
+        float rows[4][cubicStrip];
+        char taps[4 * cubicStrip * sizeof(uint16_t)];
+    };
 
+    void cubic(double x0, double y0) const {
+        const OwnBuffer<CubicStrip> block(1);
+        if (!block) return;
+        CubicStrip& strip = block[0];
         const auto& rows = ownRows<OwnZoom>();
         const auto pass = rows.cubicPass[bytes - 1];
         const auto blend = rows.cubicBlend[bytes - 1];
-        for (ptrdiff_t plane = 0; plane < planes; ++plane) {
-            int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
-            const auto rowOf = [&](int64_t row) {
-                float* at = work.get() + (row & 3) * count * channels;
-                if (kept[row & 3] != row)
-                    for (ptrdiff_t c = 0; c < channels; ++c)
-                        pass(from.row(plane, y.inside(row)) + c * bytes, taps, at + c * count);
-                kept[row & 3] = row;
-                return at;
-            };
-            position = y0;
-            for (ptrdiff_t k = 0; k < y.count; ++k, position += scale.y) {
+        const ptrdiff_t total = x.count * channels;
+        double positionX = x0;
+        for (ptrdiff_t first = 0; first < total; first += cubicStrip) {
+            const ptrdiff_t count = total - first < cubicStrip ? total - first : cubicStrip;
+            for (ptrdiff_t i = 0; i < count; ++i) {
+                const ptrdiff_t channel = (first + i) % channels;
                 double w[3];
-                const int64_t row = cubicPlace(y, position, w);
-                const float* four[4];
-                for (ptrdiff_t i = 0; i < 4; ++i) four[i] = rowOf(row - 1 + i);
-                for (ptrdiff_t c = 0; c < channels; ++c)
-                    emit(to.row(plane, k) + c * bytes, 1,
-                         [&](ptrdiff_t first, char* dst, ptrdiff_t n) {
-                             const float* part[4];
-                             for (ptrdiff_t i = 0; i < 4; ++i)
-                                 part[i] = four[i] + c * count + first;
-                             blend(part, w, dst, n);
-                         });
+                const int64_t column = cubicPlace(x, positionX, w);
+                for (ptrdiff_t k = 0; k < 3; ++k) strip.weights[k][i] = w[k];
+                for (ptrdiff_t k = 0; k < 4; ++k)
+                    strip.at[4 * i + k] = byteOf(column - 1 + k, channel);
+                if (channel == channels - 1) positionX += scale.x;
+            }
+            strip.picks.set(tapsForm(), strip.at, 4 * count);
+            const OwnCubicTaps taps = {count, strip.taps, strip.weights[0], strip.weights[1],
+                                       strip.weights[2]};
+            for (ptrdiff_t plane = 0; plane < planes; ++plane) {
+                int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
+                const auto rowOf = [&](int64_t row) {
+                    float* const lanes = strip.rows[row & 3];
+                    if (kept[row & 3] == row) return lanes;
+                    strip.picks.run(sourceRow(plane, row), strip.taps, 0, 1);
+                    pass(taps, lanes);
+                    kept[row & 3] = row;
+                    return lanes;
+                };
+                double positionY = y0;
+                for (ptrdiff_t k = 0; k < y.count; ++k, positionY += scale.y) {
+                    double w[3];
+                    const int64_t row = cubicPlace(y, positionY, w);
+                    const float* four[4];
+                    for (ptrdiff_t i = 0; i < 4; ++i) four[i] = rowOf(row - 1 + i);
+                    emit(to.row(plane, k), first, count,
+                         [&](char* dst) { blend(four, w, dst, count); });
+                }
             }
         }
     }

@@ -9,37 +9,37 @@
 
 namespace {
 
-void linearPass8(const char* src, const OwnLinearTaps& taps, int16_t* row) {
-    const auto* x = ownLanes<uint8_t>(src);
+// Samples of 16 bits lose their lowest bit, so that they are never negative in signed lanes.
+template <class T, int32_t shift>
+void linearPass(const char* taps, const int16_t* weights, int16_t* row, ptrdiff_t count) {
+    constexpr int32_t lost = sizeof(T) - 1;
     ptrdiff_t i = 0;
 #if defined(__AVX2__)
-    if (taps.window != nullptr) {
-        for (; i + 8 <= taps.count; i += 8) {
-            const __m128i window =
-                _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(src + taps.window[i / 8]));
-            const auto* order = reinterpret_cast<const __m128i_u*>(taps.order + i * 4);
-            const auto* weight = reinterpret_cast<const __m128i_u*>(taps.weight + i * 2);
-            const auto half = [&](ptrdiff_t k) {
-                const __m128i pairs = _mm_shuffle_epi8(window, _mm_loadu_si128(order + k));
-                return _mm_srai_epi32(_mm_madd_epi16(pairs, _mm_loadu_si128(weight + k)), 8);
-            };
-            _mm_storeu_si128(reinterpret_cast<__m128i_u*>(row + i),
-                             _mm_packs_epi32(half(0), half(1)));
-        }
+    for (; i + 16 <= count; i += 16) {
+        const auto half = [&](ptrdiff_t k) {
+            __m256i pairs;
+            if constexpr (sizeof(T) == 1)
+                pairs = _mm256_cvtepu8_epi16(
+                    _mm_loadu_si128(reinterpret_cast<const __m128i_u*>(taps + 2 * (i + k))));
+            else
+                pairs = _mm256_srli_epi16(
+                    _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(taps + 4 * (i + k))), 1);
+            const __m256i w =
+                _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(weights + 2 * (i + k)));
+            // The low 16 bits, brought up and down again.
+            return _mm256_srai_epi32(
+                _mm256_slli_epi32(_mm256_srai_epi32(_mm256_madd_epi16(pairs, w), shift), 16), 16);
+        };
+        const __m256i whole = _mm256_packs_epi32(half(0), half(8));
+        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(row + i),
+                            _mm256_permute4x64_epi64(whole, 0xD8));
     }
 #endif
-    for (; i < taps.count; ++i)
-        row[i] = static_cast<int16_t>((x[taps.sample[2 * i]] * taps.weight[2 * i] +
-                                       x[taps.sample[2 * i + 1]] * taps.weight[2 * i + 1]) >>
-                                      8);
-}
-
-void linearPass16(const char* src, const OwnLinearTaps& taps, int16_t* row) {
-    const auto* x = ownLanes<uint16_t>(src);
-    for (ptrdiff_t i = 0; i < taps.count; ++i)
-        row[i] = static_cast<int16_t>(((x[taps.sample[2 * i]] >> 1) * taps.weight[2 * i] +
-                                       (x[taps.sample[2 * i + 1]] >> 1) * taps.weight[2 * i + 1]) >>
-                                      14);
+    const auto* x = ownLanes<T>(taps);
+    for (; i < count; ++i)
+        row[i] = static_cast<int16_t>(
+            ((x[2 * i] >> lost) * weights[2 * i] + (x[2 * i + 1] >> lost) * weights[2 * i + 1]) >>
+            shift);
 }
 
 template <class T, int32_t shift>
@@ -53,42 +53,22 @@ void linearBlend(const int16_t* upper, const int16_t* lower, int32_t weight, cha
         z[i] = static_cast<T>((upper[i] * w0 + lower[i] * w1) >> shift);
 }
 
-constexpr ptrdiff_t cubicBlock = 128; // columns
-
-template <class T> void cubicPass(const char* src, const OwnCubicTaps& taps, float* row) {
-    const auto* x = ownLanes<T>(src);
+template <class T> void cubicPass(const OwnCubicTaps& taps, float* row) {
     // Four samples in a word each; the first of them lowest.
     using Word = std::conditional_t<sizeof(T) == 1, uint32_t, uint64_t>;
-    Word words[cubicBlock];
     constexpr int32_t bits = sizeof(T) * 8;
     constexpr Word mask = (Word{1} << bits) - 1;
-    for (ptrdiff_t from = 0; from < taps.count; from += cubicBlock) {
-        const ptrdiff_t count = taps.count - from < cubicBlock ? taps.count - from : cubicBlock;
-        const int32_t* column = taps.column + from * 4;
-        if (taps.neighbours)
-            for (ptrdiff_t i = 0; i < count; ++i)
-                words[i] = *ownLanes<Word>(src + column[4 * i] * ptrdiff_t{sizeof(T)});
-        else
-            for (ptrdiff_t i = 0; i < count; ++i) {
-                Word word = 0;
-                for (int32_t k = 0; k < 4; ++k)
-                    word |= static_cast<Word>(Word{x[column[4 * i + k]]} << k * bits);
-                words[i] = word;
-            }
-        const double* a = taps.a + from;
-        const double* b = taps.b + from;
-        const double* c = taps.c + from;
-        float* out = row + from;
-        for (ptrdiff_t i = 0; i < count; ++i) {
-            const auto q0 = static_cast<int32_t>(words[i] & mask);
-            const auto q1 = static_cast<int32_t>(words[i] >> bits & mask);
-            const auto q2 = static_cast<int32_t>(words[i] >> 2 * bits & mask);
-            const auto q3 = static_cast<int32_t>(words[i] >> 3 * bits & mask);
-            const int32_t d1 = q1 - q0;
-            const int32_t d2 = (q2 - q1) - d1;
-            const int32_t d3 = (q3 - 2 * q2 + q1) - d2;
-            out[i] = static_cast<float>(((q0 + a[i] * d1) + b[i] * d2) + c[i] * d3);
-        }
+    const auto* words = ownLanes<Word>(taps.samples);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < taps.count; ++i) {
+        const auto q0 = static_cast<int32_t>(words[i] & mask);
+        const auto q1 = static_cast<int32_t>(words[i] >> bits & mask);
+        const auto q2 = static_cast<int32_t>(words[i] >> 2 * bits & mask);
+        const auto q3 = static_cast<int32_t>(words[i] >> 3 * bits & mask);
+        const int32_t d1 = q1 - q0;
+        const int32_t d2 = (q2 - q1) - d1;
+        const int32_t d3 = (q3 - 2 * q2 + q1) - d2;
+        row[i] = static_cast<float>(((q0 + taps.a[i] * d1) + taps.b[i] * d2) + taps.c[i] * d3);
     }
 }
 
@@ -121,15 +101,10 @@ void cubicBlend(const float* const* rows, const double* weights, char* dst, ptrd
 }
 
 constexpr OwnZoomTable table = {
-    {linearPass8, linearPass16},
+    {linearPass<uint8_t, 8>, linearPass<uint16_t, 14>},
     {linearBlend<uint8_t, 20>, linearBlend<uint16_t, 13>},
     {cubicPass<uint8_t>, cubicPass<uint16_t>},
     {cubicBlend<uint8_t>, cubicBlend<uint16_t>},
-#if defined(__AVX2__)
-    true,
-#else
-    false,
-#endif
 };
 
 } // namespace
