@@ -14,6 +14,7 @@ constexpr int32_t u16 = DAX_DEPTH_16U;
 
 [[maybe_unused]] constexpr const char* others = "samples at other places, in other precision";
 [[maybe_unused]] constexpr const char* middle = "turns about the middle between pixels";
+[[maybe_unused]] constexpr const char* averages = "averages areas when it shrinks by this much";
 [[maybe_unused]] constexpr const char* words = "keeps its words the other way round";
 
 constexpr const char* schemes[] = {"nearest", "linear", "cubic"};
@@ -72,60 +73,92 @@ void addMirrors() {
          .variant = "8U-columns-in-place"});
 }
 
-// Every source is `lower` / `upper` of the result.
-void addZoom(int upper, int lower) {
-    for (int32_t scheme = DAX_INTER_NN; scheme <= DAX_INTER_CUBIC; ++scheme)
+#if DAX_PEER_LEPT
+template <auto function> Offer onPixScale(Depths depths, const char* note) {
+    return unlike(onPix(std::move(depths),
+                        [](Pix* const* p) {
+                            Pix* made = function(p[0], pixGetWidth(p[1]), pixGetHeight(p[1]));
+                            pixDestroy(&made);
+                        }),
+                  note);
+}
+
+[[maybe_unused]] Pix* pixLinear(Pix* pix, int width, int height) {
+    return pixScaleGrayLI(pix, static_cast<float>(width) / static_cast<float>(pixGetWidth(pix)),
+                          static_cast<float>(height) / static_cast<float>(pixGetHeight(pix)));
+}
+#endif
+
+#if DAX_PEER_VIPS
+template <int scheme> Offer onVipsScale() {
+    return onVips(
+        {u8, u16},
+        [](VipsImage* const* v, VipsImage** to) {
+            static VipsInterpolate* const interpolate =
+                vips_interpolate_new(scheme == DAX_INTER_NN       ? "nearest"
+                                     : scheme == DAX_INTER_LINEAR ? "bilinear"
+                                                                  : "bicubic");
+            const auto ratio = [](int result, int source) {
+                return static_cast<double>(result) / source;
+            };
+            return vips_affine(v[0], to, ratio(v[1]->Xsize, v[0]->Xsize), 0.0, 0.0,
+                               ratio(v[1]->Ysize, v[0]->Ysize), "interpolate", interpolate,
+                               nullptr);
+        },
+        others);
+}
+#endif
+
+// The libraries' ways to scale by any factor, up and down.
+Offers scalings(int32_t scheme) {
+    if (scheme == DAX_INTER_NN)
+        return {BENCH_YUV(unlike(onYuv([](Images& i) {
+                                     libyuv::ScalePlane(
+                                         i.data(0), i.step(0), i.width(0), i.height(0), i.data(1),
+                                         i.step(1), i.width(1), i.height(1), libyuv::kFilterNone);
+                                 }),
+                                 others)),
+                BENCH_LEPT(onPixScale<pixScaleBySamplingToSize>({u1, u8, u16}, others)),
+                BENCH_VIPS(onVipsScale<DAX_INTER_NN>())};
+    if (scheme == DAX_INTER_LINEAR)
+        return {BENCH_YUV(unlike(onYuv([](Images& i) {
+                                     libyuv::ScalePlane(i.data(0), i.step(0), i.width(0),
+                                                        i.height(0), i.data(1), i.step(1),
+                                                        i.width(1), i.height(1),
+                                                        libyuv::kFilterBilinear);
+                                 }),
+                                 others)),
+                BENCH_LEPT(onPixScale<pixLinear>({u8}, averages)),
+                BENCH_VIPS(onVipsScale<DAX_INTER_LINEAR>())};
+    return {BENCH_VIPS(onVipsScale<DAX_INTER_CUBIC>())};
+}
+
+// To `upper` / `lower` of the source, of which the larger image has the size of the run.
+void addScaling(const char* operation, decltype(daxZoom)* call, int upper, int lower) {
+    const bool plain = upper < lower && lower % upper == 0;
+    for (int32_t scheme = DAX_INTER_NN; scheme <= (plain ? DAX_INTER_NN : DAX_INTER_CUBIC);
+         ++scheme)
         for (const Form& form : forms()) {
             if (form.depth == u1 && scheme != DAX_INTER_NN) continue;
             Form source = form;
-            source.num = lower;
-            source.den = upper;
-            Offers offers;
-            if (scheme == DAX_INTER_NN)
-                offers = {BENCH_YUV(unlike(onYuv([](Images& i) {
-                                               libyuv::ScalePlane(i.data(0), i.step(0), i.width(0),
-                                                                  i.height(0), i.data(1), i.step(1),
-                                                                  i.width(1), i.height(1),
-                                                                  libyuv::kFilterNone);
-                                           }),
-                                           others))};
-            if (scheme == DAX_INTER_LINEAR)
-                offers = {BENCH_YUV(unlike(onYuv([](Images& i) {
-                                               libyuv::ScalePlane(i.data(0), i.step(0), i.width(0),
-                                                                  i.height(0), i.data(1), i.step(1),
-                                                                  i.width(1), i.height(1),
-                                                                  libyuv::kFilterBilinear);
-                                           }),
-                                           others))};
-            add({.operation = "daxZoom",
-                 .images = {read(source), write(form)},
+            Form result = form;
+            if (upper > lower)
+                source.num = lower, source.den = upper;
+            else
+                result.num = upper, result.den = lower;
+            add({.operation = operation,
+                 .images = {read(source), write(result)},
                  .prepare = each([=](Images& i) {
-                     daxZoom(i[0], i[1], upper, lower, upper, lower, scheme, nullptr);
+                     call(i[0], i[1], upper, lower, upper, lower, scheme, nullptr);
                  }),
-                 .peers = peersFor(form, offers),
+                 .peers = peersFor(form, scalings(scheme)),
                  .variant = form.label() + "-" + schemes[scheme] + "-" + std::to_string(upper) +
                             "/" + std::to_string(lower)});
         }
 }
 
-void addDecimation(int upper, int lower) {
-    const bool whole = lower % upper == 0;
-    for (int32_t scheme = DAX_INTER_NN; scheme <= (whole ? DAX_INTER_NN : DAX_INTER_CUBIC);
-         ++scheme)
-        for (const Form& form : forms()) {
-            if (form.depth == u1 && scheme != DAX_INTER_NN) continue;
-            Form result = form;
-            result.num = upper;
-            result.den = lower;
-            add({.operation = "daxDecimate",
-                 .images = {read(form), write(result)},
-                 .prepare = each([=](Images& i) {
-                     daxDecimate(i[0], i[1], upper, lower, upper, lower, scheme, nullptr);
-                 }),
-                 .variant = form.label() + "-" + schemes[scheme] + "-" + std::to_string(upper) +
-                            "/" + std::to_string(lower)});
-        }
-}
+void addZoom(int upper, int lower) { addScaling("daxZoom", daxZoom, upper, lower); }
+void addDecimation(int upper, int lower) { addScaling("daxDecimate", daxDecimate, upper, lower); }
 
 void addRotation(int32_t angle, int32_t scheme, const Offers& offers) {
     for (const Form& form : forms()) {
@@ -213,6 +246,8 @@ void addGeometry() {
     addMirrors();
     addZoom(2, 1);
     addZoom(3, 2);
+    addZoom(7, 3);
+    addZoom(4, 1);
     addDecimation(1, 2);
     addDecimation(2, 3);
     addQuarter<90>(9000);
