@@ -114,7 +114,13 @@ public:
                            dst.channelStep == bytes && dst.pixelStep == src.pixelStep;
         const ptrdiff_t samples = whole ? job.channels : 1;
         const bool nearest = bytes == 0 || job.scheme == DAX_INTER_NN;
-        const ptrdiff_t strip = (nearest ? mostPicks : mostSamples) / samples;
+        // Windows need room by how far the places of neighbours lie apart.
+        int64_t strip = nearest ? mostPicks : mostSamples;
+        if (bytes != 0) {
+            const int64_t apart = (x.step >> unitBits) * (whole ? 1 : src.pixelStep / bytes) + 2;
+            const int64_t room = OwnPicks::mostBytes / bytes / apart;
+            strip = (room < 128 ? 128 : room < strip ? room : strip) / samples;
+        }
         for (int32_t c = 0; c < (whole ? 1 : job.channels); ++c)
             for (int64_t first = columns.begin; first < columns.end; first += strip) {
                 const int64_t rest = columns.end - first;
@@ -125,8 +131,8 @@ public:
 
 private:
     static constexpr int32_t wholeChannels = 16;
-    static constexpr ptrdiff_t mostPicks = 2048; // samples, in strips of columns
-    static constexpr ptrdiff_t mostSamples = 1024;
+    static constexpr ptrdiff_t mostPicks = 4096; // samples, in strips of columns
+    static constexpr ptrdiff_t mostSamples = 2048;
 
     int32_t tapCount(bool between) const {
         return !between ? 1 : job.scheme == DAX_INTER_CUBIC ? 4 : 2;
