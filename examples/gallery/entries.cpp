@@ -48,6 +48,10 @@ public:
         const int32_t width = in.picture->width;
         return {0, width / 4, height / 4, (height + 1) / 2, (width + 1) / 2};
     }
+    // A result of the picture's size.
+    Make like(int32_t channels, int32_t depth, int32_t order = DAX_DATA_PIXEL) const {
+        return {in.picture->width, in.picture->height, channels, depth, order};
+    }
     DaxROI corner() const {
         const DaxROI half = middle();
         return {0, 0, 0, half.height, half.width};
@@ -130,26 +134,23 @@ void addMoves(List& list, const Inputs& in) {
 template <int32_t mode> void convert(const Images& i) { daxConvert(i[0], i.result, mode, nullptr); }
 
 void addConversions(List& list, const Inputs& in) {
-    const auto like = [&](int32_t channels, int32_t depth, int32_t order = DAX_DATA_PIXEL) {
-        return Make{in.picture->width, in.picture->height, channels, depth, order};
-    };
     list.put("daxConvert", "16 bits to their high 8", {in.picture16}, "DAX_CONVERT_HIGH_BITS, NULL",
              convert<DAX_CONVERT_HIGH_BITS>)
-        .make = like(3, DAX_DEPTH_8U);
+        .make = list.like(3, DAX_DEPTH_8U);
     list.put("daxConvert", "16 bits to their low 8", {in.dimmed16}, "DAX_CONVERT_LOW_BITS, NULL",
              convert<DAX_CONVERT_LOW_BITS>)
-        .make = like(3, DAX_DEPTH_8U);
+        .make = list.like(3, DAX_DEPTH_8U);
     list.put("daxConvert", "8 bits to signed ones, in planes", {in.picture},
              "DAX_CONVERT_HIGH_BITS, NULL", convert<DAX_CONVERT_HIGH_BITS>)
-        .make = like(3, DAX_DEPTH_8S, DAX_DATA_PLANE);
+        .make = list.like(3, DAX_DEPTH_8S, DAX_DATA_PLANE);
     Entry& bits = list.put("daxConvert", "Where green is above 0, in 1 bit", {in.signed16},
                            "DAX_CONVERT_HIGH_BITS, NULL", convert<DAX_CONVERT_HIGH_BITS>);
-    bits.make = like(1, DAX_DEPTH_1U);
+    bits.make = list.like(1, DAX_DEPTH_1U);
     bits.rois = {list.red(), list.red()};
     bits.rois[0].coi = 2;
     list.put("daxBitonalToGray", "1 bit to two grays", {in.bits}, "64, 192, NULL",
              [](const Images& i) { daxBitonalToGray(i[0], i.result, 64, 192, nullptr); })
-        .make = like(1, DAX_DEPTH_8U);
+        .make = list.like(1, DAX_DEPTH_8U);
 }
 
 // The pictures as soft discs, and what comes of them over the ground that is in the result.
@@ -620,6 +621,100 @@ void addTransforms(List& list, const Inputs& in) {
         .call = "daxDCT2D(coefficients, result, DAX_DCT_INVERSE)";
 }
 
+// One plane of the picture in another model, as an image of its own.
+template <int32_t channel> void planeOfHsv(const Images& i) {
+    const Image hsv = makeImage(makeOf(i[0]));
+    daxRGB2HSV(i[0], hsv.get(), nullptr);
+    DaxROI plane = {channel, 0, 0, hsv->height, hsv->width};
+    hsv->roi = &plane;
+    daxCopy(hsv.get(), i.result, nullptr);
+    hsv->roi = nullptr;
+}
+
+// With more colour, in the other model and back.
+void saturated(const Images& i) {
+    const Image hls = makeImage(makeOf(i[0]));
+    daxRGB2HLS(i[0], hls.get(), nullptr);
+    DaxROI saturation = {3, 0, 0, hls->height, hls->width};
+    hls->roi = &saturation;
+    daxAddS(hls.get(), hls.get(), 64, nullptr);
+    hls->roi = nullptr;
+    daxHLS2RGB(hls.get(), i.result, nullptr);
+}
+
+template <int32_t option, int32_t levelBits> void reduce(const Images& i) {
+    daxReduceBits(i[0], i.result, 0, option, levelBits, nullptr);
+}
+
+template <int32_t option>
+void addDither(List& list, const Inputs& in, const std::string& name, const std::string& constant) {
+    const auto put = [&](const char* bits, Run run) {
+        Entry& entry =
+            list.put("daxReduceBits", (name + ", levelBits " + bits).c_str(), {in.gray16},
+                     ("0, " + constant + ", " + bits + ", NULL").c_str(), run);
+        entry.make = list.like(1, DAX_DEPTH_8U);
+        if (option == DAX_DITHER_JJN || option == DAX_DITHER_STUCKI)
+            entry.tells = [](const Images&) -> std::vector<std::string> {
+                return {"The shares of an error aren't divided, and sums wrap: noise."};
+            };
+    };
+    put("1", reduce<option, 1>);
+    put("2", reduce<option, 2>);
+    put("4", reduce<option, 4>);
+}
+
+using Twist = std::unique_ptr<DaxColorTwist, void (*)(DaxColorTwist*)>;
+
+Twist twistOf(const std::vector<int32_t>& matrix, int32_t scalingValue) {
+    return {daxCreateColorTwist(matrix.data(), scalingValue), daxDeleteColorTwist};
+}
+
+void addColor(List& list, const Inputs& in) {
+    const auto plane = [&](const char* title, const char* channel, Run run) {
+        Entry& entry = list.put("daxRGB2HSV", title, {in.picture}, "", run);
+        entry.call = std::string("daxRGB2HSV(picture, hsv, NULL); hsv->roi->coi = ") + channel +
+                     "; daxCopy(hsv, result, NULL)";
+        entry.make = list.like(1, DAX_DEPTH_8U);
+    };
+    plane("The hue, in half degrees", "1", planeOfHsv<1>);
+    plane("The saturation", "2", planeOfHsv<2>);
+    plane("The value", "3", planeOfHsv<3>);
+    list.put("daxHLS2RGB", "With more colour", {in.picture}, "", saturated).call =
+        "daxRGB2HLS(picture, hls, NULL); hls->roi->coi = 3; daxAddS(hls, hls, 64, NULL); "
+        "daxHLS2RGB(hls, result, NULL)";
+    list.put("daxColorToGray", "8 bits", {in.picture}, "NULL",
+             [](const Images& i) { daxColorToGray(i[0], i.result, nullptr); })
+        .make = list.like(1, DAX_DEPTH_8U);
+    Entry& bits = list.put("daxColorToGray", "1 bit", {in.picture}, "NULL",
+                           [](const Images& i) { daxColorToGray(i[0], i.result, nullptr); });
+    bits.make = list.like(1, DAX_DEPTH_1U);
+    list.put("daxGrayToColor", "Tinted", {in.gray}, "1.0f, 0.8f, 0.5f, NULL",
+             [](const Images& i) { daxGrayToColor(i[0], i.result, 1.0f, 0.8f, 0.5f, nullptr); })
+        .make = list.like(3, DAX_DEPTH_8U);
+    list.put("daxReduceBits", "16 bits to 8", {in.gray16}, "0, DAX_DITHER_NONE, 0, NULL",
+             reduce<DAX_DITHER_NONE, 0>)
+        .make = list.like(1, DAX_DEPTH_8U);
+    Entry& jitter = list.put(
+        "daxReduceBits", "8 bits to 1, with jitter", {in.gray}, "8, DAX_DITHER_NONE, 0, NULL",
+        [](const Images& i) { daxReduceBits(i[0], i.result, 8, DAX_DITHER_NONE, 0, nullptr); });
+    jitter.make = list.like(1, DAX_DEPTH_1U);
+    jitter.writesSources = true;
+    addDither<DAX_DITHER_FS>(list, in, "Floyd and Steinberg", "DAX_DITHER_FS");
+    addDither<DAX_DITHER_JJN>(list, in, "Jarvis, Judice and Ninke", "DAX_DITHER_JJN");
+    addDither<DAX_DITHER_STUCKI>(list, in, "Stucki", "DAX_DITHER_STUCKI");
+    addDither<DAX_DITHER_BAYER>(list, in, "Ordered", "DAX_DITHER_BAYER");
+    list.put("daxApplyColorTwist", "Sepia", {in.picture}, "twist, 0, NULL", [](const Images& i) {
+        const Twist sepia =
+            twistOf({101, 197, 48, 0, 89, 176, 43, 0, 70, 137, 33, 0, 0, 0, 0, 0}, 8);
+        daxApplyColorTwist(i[0], i.result, sepia.get(), 0, nullptr);
+    });
+    list.put("daxApplyColorTwist", "Red, green and blue change places", {in.picture},
+             "twist, 0, NULL", [](const Images& i) {
+                 const Twist swap = twistOf({0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 0}, 0);
+                 daxApplyColorTwist(i[0], i.result, swap.get(), 0, nullptr);
+             });
+}
+
 } // namespace
 
 std::vector<Entry> entriesFor(const Inputs& in) {
@@ -634,6 +729,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addRank(list, in);
     addGeometry(list, in);
     addTransforms(list, in);
+    addColor(list, in);
     return std::move(list.entries);
 }
 

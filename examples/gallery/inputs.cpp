@@ -81,6 +81,8 @@ Inputs::Inputs(const Picture& source) {
     left = keep("left", "a soft disc on the left", plain, disc(0.35));
     right = keep("right", "a soft disc on the right", plain, disc(0.65));
     gray = keep("gray", "luminance", plain, [&](int, int y, int x) { return luma(y, x); });
+    gray16 = keep("gray16", "luminance in 16 bits", {width, height, 1, DAX_DEPTH_16U},
+                  [&](int, int y, int x) { return luma(y, x) * 257; });
     noisy = keep("noisy", "salt and pepper on every tenth pixel", plain, [&](int, int y, int x) {
         const uint32_t place = static_cast<uint32_t>(y * source.width + x);
         const uint32_t chance = place * 2654435761u >> 8 ^ place * 40503u;

@@ -40,6 +40,7 @@ public:
     DaxImage* left;
     DaxImage* right;
     DaxImage* gray;
+    DaxImage* gray16;
     // Salt and pepper on it.
     DaxImage* noisy;
     DaxImage* bits;
