@@ -92,7 +92,7 @@ private:
 
     // The narrower samples are the ones that change places.
     void split(const char* src, char* const* dst, ptrdiff_t count) const {
-        const Block block;
+        Block block;
         if (same) {
             ownSplitChannels(dstBytes, src, dst, channels, count);
         } else if (dstBytes <= srcBytes) {
@@ -105,7 +105,7 @@ private:
     }
 
     void join(const char* const* src, char* dst, ptrdiff_t count) const {
-        const Block block;
+        Block block;
         if (same) {
             ownJoinChannels(dstBytes, src, dst, channels, count);
         } else if (dstBytes <= srcBytes) {

@@ -201,7 +201,8 @@ template <class T> void bits(const char* src, ptrdiff_t step, char* dst, ptrdiff
 
 template <class Src, class Dst, int32_t mode> constexpr OwnConvertRun run() {
     // One function for both modes where nothing is lost.
-    return samples < Src, Dst, sizeof(Dst) < sizeof(Src) ? mode : 0 > ;
+    constexpr int32_t lossy = sizeof(Dst) < sizeof(Src) ? mode : DAX_CONVERT_LOW_BITS;
+    return samples<Src, Dst, lossy>;
 }
 
 template <class Src, int32_t mode> constexpr void fillFrom(OwnConvertRun (&to)[5]) {
