@@ -2479,9 +2479,9 @@ DAX_API void daxCcsFft2D(DaxImage* srcImage, DaxImage* dstImage, int32_t flags, 
  * - *Floating point*, rounded to nearest: all else.
  *
  * Lengths that are powers of two go by the fast split of B. G. Lee, other lengths by a Fourier
- * transform. In fixed point, the results of rows and of columns are limited to 16 bits before they
- * are scaled, so large bright images lose their lowest frequencies; blocks of 4 by 4 and 8 by 8 are
- * rounded once, at the end.
+ * transform. In fixed point, the results of rows and of columns are rounded to nearest and limited
+ * to 16 bits before they are scaled, so large bright images lose their lowest frequencies; scaling
+ * is by arithmetic shifts. Blocks of 4 by 4 and 8 by 8 are rounded once, at the end.
  *
  * Without #DAX_DCT_ALPHA the alpha channel is skipped. With a ROI the rectangle is that of `src`,
  * and `dst` is written at its own offset; with a `coi` in it, one channel is done, each image's
