@@ -99,7 +99,8 @@ Line Table::lineOf(const Row& row, const benchmark::UserCounters& counters) cons
               .bytes = valueOf(counters, counter::bytes),
               .stream = valueOf(counters, counter::stream),
               .copy = valueOf(counters, counter::copy),
-              .tile = valueOf(counters, counter::tile)};
+              .tile = valueOf(counters, counter::tile),
+              .peers = {}};
     for (const Peer& peer : row.subject->peers) {
         const auto found = peerRatios.find(nameOf(*row.subject, row.side) + "/" + peer.name);
         if (found != peerRatios.end()) line.peers.emplace_back(found->second, &peer);
