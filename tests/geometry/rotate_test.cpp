@@ -380,6 +380,47 @@ TEST(Rotate, Failures) {
     });
 }
 
+std::vector<int64_t> samplesOf(const Image& image) {
+    std::vector<int64_t> samples;
+    for (int32_t y = 0; y < image.header.height; ++y)
+        for (int32_t x = 0; x < image.header.width; ++x) samples.push_back(image.get(x, y, 1));
+    return samples;
+}
+
+// Worked by hand.
+TEST(Rotate, QuarterTurnsOfSixPixels) {
+    Image src({.width = 3, .height = 2});
+    for (int32_t i = 0; i < 6; ++i) src.set(i % 3, i / 3, 1, i + 1);
+    Random random(2);
+    const auto turned = [&](int32_t angle, int32_t x, int32_t y, int32_t origin = 0) {
+        Image dst(src.shape(), random);
+        src->origin = dst->origin = origin;
+        daxRotate(src, dst, angle, x, y, DAX_INTER_CUBIC, nullptr);
+        return samplesOf(dst);
+    };
+    using Samples = std::vector<int64_t>;
+    EXPECT_EQ(turned(9000, 1, 1), (Samples{3, 6, 0, 2, 5, 0}));
+    EXPECT_EQ(turned(-27000, 1, 1), (Samples{3, 6, 0, 2, 5, 0}));
+    EXPECT_EQ(turned(18000, 1, 1), (Samples{0, 0, 0, 6, 5, 4}));
+    EXPECT_EQ(turned(27000, 1, 1), (Samples{0, 4, 1, 0, 5, 2}));
+    EXPECT_EQ(turned(-9000, 1, 0), (Samples{5, 2, 0, 6, 3, 0}));
+    // Seen from below it is a turn the other way.
+    EXPECT_EQ(turned(9000, 1, 0, 1), turned(-9000, 1, 1));
+    EXPECT_EQ(turned(9000, 100, -50), Samples(6, 0));
+}
+
+// By one hundredth of a degree about (0, 1) the last place of row 1 is its own: on bytes it counts
+// as 1/16384 past the one before.
+TEST(Rotate, LinearOnTheLastColumn) {
+    for (const int32_t depth : {DAX_DEPTH_8U, DAX_DEPTH_16U}) {
+        Image src({.depth = depth, .width = 5, .height = 4});
+        for (int32_t i = 0; i < 20; ++i) src.set(i % 5, i / 5, 1, i % 5 == 4 ? 200 : 10);
+        Image dst(src.shape());
+        daxRotate(src, dst, 1, 0, 1, DAX_INTER_LINEAR, nullptr);
+        EXPECT_EQ(dst.get(4, 1, 1), depth == DAX_DEPTH_8U ? 10 : 200);
+    }
+}
+
 TEST(Rotate, WholeTurnsCopy) {
     kit::Reports reports;
     Random random(4);
