@@ -3,9 +3,9 @@
 #include "filter/source.h"
 #include "filter/taps.h"
 #include "frame/depth.h"
-#include "frame/header.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
+#include "frame/raster.h"
 
 #include <cstring>
 

@@ -4,10 +4,10 @@
 #include "frame/border.h"
 #include "frame/call.h"
 #include "frame/depth.h"
-#include "frame/header.h"
 #include "frame/memory.h"
 #include "frame/movers.h"
 #include "frame/ownrect.h"
+#include "frame/raster.h"
 
 namespace {
 

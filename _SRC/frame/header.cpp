@@ -128,14 +128,3 @@ const char* ownHeaderMessage(int32_t bits) {
 void ownReleaseMessage(const char* text) {
     if (text != unknownStatusText && text != ownOutOfMemoryText) daxFree(const_cast<char*>(text));
 }
-
-bool ownMayOverlap(const DaxImage* image, const DaxImage* other) {
-    const auto endOf = [](const DaxImage* one) {
-        const ptrdiff_t planes = one->dataOrder == DAX_DATA_PIXEL ? 1 : one->nChannels;
-        const ptrdiff_t size = ptrdiff_t{one->widthStep} * one->height * planes;
-        return reinterpret_cast<uintptr_t>(one->imageData) +
-               static_cast<uintptr_t>(size > one->dataSize ? size : one->dataSize);
-    };
-    return reinterpret_cast<uintptr_t>(image->imageData) < endOf(other) &&
-           reinterpret_cast<uintptr_t>(other->imageData) < endOf(image);
-}

@@ -36,7 +36,4 @@ inline int32_t ownWorkingChannels(const DaxImage* image) {
     return image->roi != nullptr && image->roi->coi != 0 ? 1 : image->nChannels;
 }
 
-// Whether two plain images may share memory.
-bool ownMayOverlap(const DaxImage* image, const DaxImage* other);
-
 #endif

@@ -82,3 +82,9 @@ const char* ownBlockEnd(const DaxImage* image) {
     return static_cast<const char*>(image->imageData) +
            (byRows > image->dataSize ? byRows : image->dataSize);
 }
+
+bool ownMayOverlap(const DaxImage* image, const DaxImage* other) {
+    const auto address = [](const void* at) { return reinterpret_cast<uintptr_t>(at); };
+    return address(image->imageData) < address(ownBlockEnd(other)) &&
+           address(other->imageData) < address(ownBlockEnd(image));
+}

@@ -25,6 +25,9 @@ bool ownSameGeometry(const DaxImage* image, const DaxImage* other);
 // The end of a plain image's block: of its rows, or of `dataSize` if that is further.
 const char* ownBlockEnd(const DaxImage* image);
 
+// Whether two plain images may share memory.
+bool ownMayOverlap(const DaxImage* image, const DaxImage* other);
+
 inline ptrdiff_t ownMin3(ptrdiff_t a, ptrdiff_t b, ptrdiff_t c) {
     const ptrdiff_t least = a < b ? a : b;
     return least < c ? least : c;
