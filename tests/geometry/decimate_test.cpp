@@ -304,20 +304,25 @@ TEST(Decimate, PlainImages) {
     });
 }
 
-// Rows longer than strips and blocks.
+// Rows longer than strips, of all channels or of one, whose places lie near each other or far.
 TEST(Decimate, LongRows) {
     kit::forEachIsa([] {
         kit::forSeeds(30, [](Random& random) {
             Shape shape = {.depth = random.oneOf({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U}),
-                           .width = random.in(2500, 4000),
-                           .height = 9};
+                           .width = random.in(4000, 9000),
+                           .height = 9,
+                           .order = random.in(0, 1)};
+            if (shape.depth != DAX_DEPTH_1U) shape.channels = random.in(1, 4);
             std::vector<Image> pair;
+            if (random.chance(30))
+                shape.roi = DaxROI{random.in(1, shape.channels), 0, 0, 9, shape.width};
             pair.emplace_back(shape, random);
             pair.emplace_back(shape, random);
             Scene scene(random, std::move(pair));
             scene.cases = 0;
             scene.pos.reset();
-            const Factors factors = {random.in(1, 2), random.in(2, 5), random.in(1, 2), 3};
+            const Factors factors = {random.in(1, 3), random.in(3, random.chance(30) ? 40 : 5),
+                                     random.in(1, 2), 3};
             const int32_t interpolate = random.in(0, 2);
             Trial is(scene);
             Trial expected(scene);

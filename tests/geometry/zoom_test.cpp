@@ -164,19 +164,23 @@ TEST(Zoom, PlainImages) {
     });
 }
 
-// Rows that are longer than blocks and strips.
+// Rows that are longer than strips, of all channels or of one.
 TEST(Zoom, LongRows) {
     kit::forEachIsa([] {
         kit::forSeeds(24, [](Random& random) {
             Shape shape = {.depth = random.oneOf({DAX_DEPTH_1U, DAX_DEPTH_8U, DAX_DEPTH_16U}),
-                           .width = random.in(900, 1500),
+                           .width = random.in(2200, 2600),
                            .height = 4,
                            .order = random.in(0, 1)};
             if (shape.depth != DAX_DEPTH_1U) shape.channels = random.in(1, 4);
+            const bool one = shape.channels > 1 && random.chance(40);
+            if (one) shape.roi = DaxROI{random.in(2, shape.channels), 0, 0, 4, shape.width};
             std::vector<Image> is;
             is.emplace_back(shape, random);
-            shape.width = random.in(2000, 2600);
-            shape.channels = shape.depth == DAX_DEPTH_1U ? 1 : shape.channels + random.in(0, 1);
+            shape.roi.reset();
+            shape.width = random.in(4200, 4700);
+            shape.channels =
+                one || shape.depth == DAX_DEPTH_1U ? 1 : shape.channels + random.in(0, 1);
             is.emplace_back(shape, random);
             std::vector<Image> expected = is;
             const Factors factors = {random.in(7, 14), 7, 3, 2};
