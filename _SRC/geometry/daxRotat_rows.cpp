@@ -147,7 +147,7 @@ template <class T> void store(const T* from, char* dst, ptrdiff_t stepDst, ptrdi
 
 void ownRotateNN1(const OwnTurned& src, const OwnFixedPlaces& places, char* dst, int32_t bitDst,
                   ptrdiff_t count) {
-    int32_t at[most];
+    int32_t at[most] = {};
     int32_t phase[most];
     uint32_t words[most];
     char tops[most];
