@@ -14,7 +14,6 @@ constexpr int32_t u16 = DAX_DEPTH_16U;
 
 [[maybe_unused]] constexpr const char* others = "samples at other places, in other precision";
 [[maybe_unused]] constexpr const char* middle = "turns about the middle between pixels";
-[[maybe_unused]] constexpr const char* averages = "averages areas when it shrinks by this much";
 [[maybe_unused]] constexpr const char* words = "keeps its words the other way round";
 
 constexpr const char* schemes[] = {"nearest", "linear", "cubic"};
@@ -109,8 +108,9 @@ template <int scheme> Offer onVipsScale() {
 }
 #endif
 
-// The libraries' ways to scale by any factor, up and down.
-Offers scalings(int32_t scheme) {
+// The libraries' ways to scale by any factor, up and down. Leptonica's linear one averages areas
+// when it shrinks by as much as we do here.
+Offers scalings(int32_t scheme, [[maybe_unused]] bool grows) {
     if (scheme == DAX_INTER_NN)
         return {BENCH_YUV(unlike(onYuv([](Images& i) {
                                      libyuv::ScalePlane(
@@ -128,7 +128,7 @@ Offers scalings(int32_t scheme) {
                                                         libyuv::kFilterBilinear);
                                  }),
                                  others)),
-                BENCH_LEPT(onPixScale<pixLinear>({u8}, averages)),
+                BENCH_LEPT(onPixScale<pixLinear>(grows ? Depths{u8} : Depths{}, others)),
                 BENCH_VIPS(onVipsScale<DAX_INTER_LINEAR>())};
     return {BENCH_VIPS(onVipsScale<DAX_INTER_CUBIC>())};
 }
@@ -151,7 +151,7 @@ void addScaling(const char* operation, decltype(daxZoom)* call, int upper, int l
                  .prepare = each([=](Images& i) {
                      call(i[0], i[1], upper, lower, upper, lower, scheme, nullptr);
                  }),
-                 .peers = peersFor(form, scalings(scheme)),
+                 .peers = peersFor(form, scalings(scheme, upper > lower)),
                  .variant = form.label() + "-" + schemes[scheme] + "-" + std::to_string(upper) +
                             "/" + std::to_string(lower)});
         }
