@@ -47,24 +47,22 @@ std::string cellsOf(const Line& line, std::vector<std::string>& notes) {
 
 std::string tableOf(const std::vector<Entry>& entries) {
     std::vector<std::string> notes;
-    std::string table;
+    std::ostringstream table;
     std::string operation;
     for (const Entry& entry : entries) {
         if (entry.operation != operation) {
             operation = entry.operation;
-            table +=
-                "\n### " + operation +
-                "\n\n| form | side | ns per sample | stream | best peer |\n|---|---|---|---|---|"
-                "\n";
+            table << "\n### " << operation
+                  << "\n\n| form | side | ns per sample | stream | best peer |\n"
+                     "|---|---|---|---|---|\n";
         }
         for (const auto& [side, line] : entry.at)
-            table += "| " + entry.variant + " | " + std::to_string(side) + " |" +
-                     cellsOf(*line, notes) + "\n";
+            table << "| " << entry.variant << " | " << side << " |" << cellsOf(*line, notes)
+                  << "\n";
     }
-    if (!notes.empty()) table += "\n";
-    for (size_t k = 0; k < notes.size(); ++k)
-        table += "[" + std::to_string(k + 1) + "] " + notes[k] + "\\\n";
-    return table;
+    table << "\n";
+    for (size_t k = 0; k < notes.size(); ++k) table << "[" << k + 1 << "] " << notes[k] << "\\\n";
+    return table.str();
 }
 
 // A line per case: where its operation stands, the operation, the side, the ratios to the stream
@@ -98,9 +96,11 @@ bool writeReport(const std::vector<Line>& lines, const std::string& page, const 
     const std::time_t today = std::time(nullptr);
     std::strftime(date, sizeof date, "%Y-%m-%d", std::localtime(&today));
     const size_t from = begin + beginMark.size();
-    whole.replace(from, end - from,
-                  "\n" + processor() + ", one thread, " + date + ".\n" + tableOf(entriesOf(lines)) +
-                      "\n");
+    std::ostringstream measured;
+    measured << "\n"
+             << processor() << ", one thread, " << date << ".\n"
+             << tableOf(entriesOf(lines));
+    whole.replace(from, end - from, measured.str());
     const bool written = (std::ofstream(page) << whole).flush().good() &&
                          (std::ofstream(data) << columnsOf(lines)).flush().good();
     if (!written) std::fprintf(stderr, "bench: can't write %s or %s\n", page.c_str(), data.c_str());
