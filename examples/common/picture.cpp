@@ -1,12 +1,12 @@
 #include "picture.h"
 
+#include "file.h"
+
 #include <cerrno>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <stdexcept>
 
 #include <png.h>
 
@@ -16,40 +16,11 @@
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-constexpr size_t mostFileBytes = size_t{1} << 30;
-
-[[noreturn]] void fail(const std::string& path, const std::string& why) {
-    throw std::runtime_error(path + ": " + why);
-}
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-Bytes readFile(const std::string& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (error) fail(path, error.message());
-    if (!std::filesystem::is_regular_file(status)) fail(path, "not a file");
-    const size_t size = std::filesystem::file_size(path, error);
-    if (error) fail(path, error.message());
-    if (size > mostFileBytes) fail(path, "the file is larger than 1 GB");
-    const File file(std::fopen(path.c_str(), "rb"));
-    if (!file) fail(path, std::strerror(errno));
-    Bytes bytes(size);
-    if (size == 0 || std::fread(bytes.data(), 1, size, file.get()) != size)
-        fail(path, size == 0 ? "the file is empty" : "can't be read to its end");
-    return bytes;
-}
-
 void refuseHuge(const std::string& path, size_t width, size_t height, size_t atMost) {
-    if (width == 0 || height == 0) fail(path, "the picture has no pixels");
+    if (width == 0 || height == 0) failFile(path, "the picture has no pixels");
     if (width <= atMost && height <= atMost / width) return;
-    fail(path, "the picture is too large: " + std::to_string(width) + " x " +
-                   std::to_string(height) + " pixels");
+    failFile(path, "the picture is too large: " + std::to_string(width) + " x " +
+                       std::to_string(height) + " pixels");
 }
 
 Picture readPng(const std::string& path, const Bytes& bytes, size_t atMost) {
@@ -58,14 +29,14 @@ Picture readPng(const std::string& path, const Bytes& bytes, size_t atMost) {
         ~Reader() { png_image_free(this); }
     } reader;
     if (png_image_begin_read_from_memory(&reader, bytes.data(), bytes.size()) == 0)
-        fail(path, std::string("the PNG can't be read: ") + reader.message);
+        failFile(path, std::string("the PNG can't be read: ") + reader.message);
     refuseHuge(path, reader.width, reader.height, atMost);
     reader.format = PNG_FORMAT_RGB;
     Picture picture =
         blankPicture(static_cast<int>(reader.width), static_cast<int>(reader.height), 3);
     const png_color white = {255, 255, 255};
     if (png_image_finish_read(&reader, &white, picture.samples.data(), 0, nullptr) == 0)
-        fail(path, std::string("the PNG can't be read: ") + reader.message);
+        failFile(path, std::string("the PNG can't be read: ") + reader.message);
     return picture;
 }
 
@@ -145,15 +116,19 @@ bool readRows(JpegReader& reader, Picture& picture, uint8_t* row) {
 Picture readJpeg(const std::string& path, const Bytes& bytes, size_t atMost) {
     JpegReader reader;
     if (!readHeader(reader, bytes))
-        fail(path, std::string("the JPEG can't be read: ") + reader.message);
+        failFile(path, std::string("the JPEG can't be read: ") + reader.message);
     refuseHuge(path, reader.info.image_width, reader.info.image_height, atMost);
     Picture picture = blankPicture(static_cast<int>(reader.info.image_width),
                                    static_cast<int>(reader.info.image_height), 3);
     std::vector<uint8_t> row(static_cast<size_t>(picture.width) * 4);
     if (!readRows(reader, picture, row.data()))
-        fail(path, std::string("the JPEG can't be read: ") + reader.message);
+        failFile(path, std::string("the JPEG can't be read: ") + reader.message);
     return picture;
 }
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
 
 struct JpegWriter : Jpeg {
     jpeg_compress_struct info = {};
@@ -200,7 +175,7 @@ Picture readPicture(const std::string& path, size_t atMost) {
         return readPng(path, bytes, atMost);
     if (bytes.size() >= 3 && bytes[0] == 0xFF && bytes[1] == 0xD8 && bytes[2] == 0xFF)
         return readJpeg(path, bytes, atMost);
-    fail(path, "neither a PNG nor a JPEG file");
+    failFile(path, "neither a PNG nor a JPEG file");
 }
 
 void writePng(const std::string& path, const Picture& picture) {
@@ -211,15 +186,15 @@ void writePng(const std::string& path, const Picture& picture) {
     writer.format = picture.channels == 1 ? PNG_FORMAT_GRAY : PNG_FORMAT_RGB;
     writer.flags = PNG_IMAGE_FLAG_FAST;
     if (png_image_write_to_file(&writer, path.c_str(), 0, picture.samples.data(), 0, nullptr) == 0)
-        fail(path, std::string("can't be written: ") + writer.message);
+        failFile(path, std::string("can't be written: ") + writer.message);
 }
 
 void writeJpeg(const std::string& path, const Picture& picture, int quality) {
-    File file(std::fopen(path.c_str(), "wb"));
-    if (!file) fail(path, std::string("can't be written: ") + std::strerror(errno));
+    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
+    if (!file) failFile(path, std::string("can't be written: ") + std::strerror(errno));
     JpegWriter writer;
     if (!writeRows(writer, file.get(), picture, quality))
-        fail(path, std::string("can't be written: ") + writer.message);
+        failFile(path, std::string("can't be written: ") + writer.message);
     if (std::fclose(file.release()) != 0)
-        fail(path, std::string("can't be written: ") + std::strerror(errno));
+        failFile(path, std::string("can't be written: ") + std::strerror(errno));
 }

@@ -1,5 +1,7 @@
 #include "entries.h"
 
+#include "common/dib.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -56,6 +58,8 @@ public:
         const DaxROI half = middle();
         return {0, 0, 0, half.height, half.width};
     }
+
+    const std::string& nameOf(const DaxImage* image) const { return in.describe(image).name; }
 
 private:
     const Inputs& in;
@@ -151,6 +155,50 @@ void addConversions(List& list, const Inputs& in) {
     list.put("daxBitonalToGray", "1 bit to two grays", {in.bits}, "64, 192, NULL",
              [](const Images& i) { daxBitonalToGray(i[0], i.result, 64, 192, nullptr); })
         .make = list.like(1, DAX_DEPTH_8U);
+}
+
+// Into a bitmap and back.
+template <int32_t bits, int32_t palette> void throughDib(const Images& i) {
+    const Dib dib = dibOf(i[0], {bits, false}, palette);
+    daxConvertFromDIB(dib.header(), i.result);
+}
+
+template <int32_t bits, int32_t palette>
+void addDib(List& list, const char* title, DaxImage* source) {
+    constexpr const char* palettes[] = {"DAX_PALETTE_KEEP", "DAX_PALETTE_FIXED",
+                                        "DAX_PALETTE_MEDIAN_CUT"};
+    Entry& entry = list.put("daxConvertToDIB", title, {source}, "", throughDib<bits, palette>);
+    entry.call = "daxConvertToDIB(" + list.nameOf(source) + ", dib, DAX_DITHER_NONE, " +
+                 palettes[palette] + "); daxConvertFromDIB(dib, result)";
+    if (bits <= 8)
+        entry.tells = [](const Images& i) {
+            const Dib dib = dibOf(i[0], {bits, false}, palette);
+            return std::vector<std::string>{"colours of the table: " +
+                                            std::to_string(dib.tableEntries())};
+        };
+}
+
+void addDibs(List& list, const Inputs& in) {
+    addDib<1, DAX_PALETTE_FIXED>(list, "1 bit, black and white", in.picture);
+    addDib<1, DAX_PALETTE_MEDIAN_CUT>(list, "1 bit, two colours by median cut", in.picture);
+    addDib<4, DAX_PALETTE_FIXED>(list, "4 bits, the sixteen basic colours", in.picture);
+    addDib<4, DAX_PALETTE_MEDIAN_CUT>(list, "4 bits, colours by median cut", in.picture);
+    addDib<4, DAX_PALETTE_FIXED>(list, "4 bits, sixteen even grays", in.gray);
+    addDib<4, DAX_PALETTE_MEDIAN_CUT>(list, "4 bits, grays by median cut", in.gray);
+    addDib<8, DAX_PALETTE_FIXED>(list, "8 bits: 3 of red, 3 of green, 2 of blue", in.picture);
+    addDib<8, DAX_PALETTE_MEDIAN_CUT>(list, "8 bits, colours by median cut", in.picture);
+    addDib<16, DAX_PALETTE_KEEP>(list, "16 bits, 5 of each colour", in.picture);
+    addDib<24, DAX_PALETTE_KEEP>(list, "24 bits", in.picture);
+    addDib<32, DAX_PALETTE_KEEP>(list, "32 bits, of pixels of 16 bits a channel", in.picture16);
+    Entry& shared = list.put("daxTranslateDIB", "8 bits of gray, shared with the bitmap", {in.gray},
+                             "", [](const Images& i) {
+                                 Dib dib = dibOf(i[0], {8, false}, DAX_PALETTE_FIXED);
+                                 int32_t shares = 0;
+                                 const Image image(daxTranslateDIB(dib.header(), &shares));
+                                 if (image) daxConvert(image.get(), i.result, 0, nullptr);
+                             });
+    shared.call = "image = daxTranslateDIB(dib, &shares); daxConvert(image, result, "
+                  "DAX_CONVERT_LOW_BITS, NULL)";
 }
 
 // The pictures as soft discs, and what comes of them over the ground that is in the result.
@@ -723,6 +771,7 @@ std::vector<Entry> entriesFor(const Inputs& in) {
     addLogic(list, in);
     addMoves(list, in);
     addConversions(list, in);
+    addDibs(list, in);
     addAlpha(list, in);
     addFilters(list, in);
     addTone(list, in);
