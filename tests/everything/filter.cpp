@@ -138,15 +138,16 @@ Scenarios filterScenarios() {
          "-4 daxConvolve2D daxcnv2d Allocation failure", "", 1},
         {"filter", "daxConvolve2D", convolve, "|-4 $ daxcnv2d Allocation failure",
          "|-4 $ daxcnv2d Allocation failure"},
-        {"filter", "daxConvolveSep2D", convolveSeparably},
+        {"filter", "daxConvolveSep2D", convolveSeparably, "", "", 0, true},
         {"filter", "daxBlur", blur},
-        {"filter", "daxMaxFilter", rank<daxMaxFilter>},
-        {"filter", "daxMinFilter", rank<daxMinFilter>},
-        {"filter", "daxMedianFilter", rank<daxMedianFilter>},
+        {"filter", "daxMaxFilter", rank<daxMaxFilter>, "", "", 0, true},
+        {"filter", "daxMinFilter", rank<daxMinFilter>, "", "", 0, true},
+        {"filter", "daxMedianFilter", rank<daxMedianFilter>, "", "", 0, true},
         {"filter", "daxErode", morphology<daxErode>, "-4 $ daxErode Not enough memory", ""},
         {"filter", "daxDilate", morphology<daxDilate>, "-4 $ daxDilate Not enough memory", ""},
-        {"filter", "daxOpen", morphology<daxOpen>, "-4 $ daxOpen Not enough memory", ""},
-        {"filter", "daxClose", morphology<daxClose>, "-4 $ daxClose Not enough memory", ""},
+        {"filter", "daxOpen", morphology<daxOpen>, "-4 $ daxOpen Not enough memory", "", 0, true},
+        {"filter", "daxClose", morphology<daxClose>, "-4 $ daxClose Not enough memory", "", 0,
+         true},
     };
 }
 

@@ -17,6 +17,7 @@
 //   neither is tested.
 // - Texts of fewer than three characters for daxCreateImageHeader(), values for
 //   daxCreateConvKernel() that are fewer than it has cells: the caller's blocks have no size.
+// - Images in tiles for the bitmap functions: they take plain ones.
 // - Regions far beyond a tiled image: copies go on through tiles that aren't the image's.
 // - Copies, filters and resampling with images that overlap, where they don't work in place.
 // - A tile access function that delivers tiles without end to the colour conversions, bit reduction

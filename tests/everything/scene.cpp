@@ -70,8 +70,8 @@ DaxImage* Scene::image(Shape shape, const Allowed& allowed) {
         roi.height = random.in(1, shape.height - roi.yOffset);
     }
     Random pixels(static_cast<uint64_t>(random.in(0, 255)));
-    pictures.push_back({kit::Image(shape, pixels), nullptr});
-    Picture& made = pictures.back();
+    Picture& made = pictures.emplace_back(Picture{kit::Image(shape, pixels), nullptr, 0});
+    made.before = mixed(0, made.plain.data(), made.plain.size());
     DaxImage* header = made.plain;
     header->alphaChannel = allowed.alpha;
     memcpy(header->colorModel, allowed.model, sizeof header->colorModel);
@@ -178,8 +178,18 @@ const DaxMapping* Scene::mapping() {
     return made;
 }
 
-void Scene::mix(const uint8_t* bytes, size_t size) {
-    for (size_t i = 0; i < size; ++i) state = (state ^ bytes[i]) * 0x100000001B3u;
+uint64_t Scene::mixed(uint64_t from, const uint8_t* bytes, size_t size) {
+    for (size_t i = 0; i < size; ++i) from = (from ^ bytes[i]) * 0x100000001B3u;
+    return from;
+}
+
+std::vector<Scene::Change> Scene::changes() const {
+    std::vector<Change> list;
+    for (const Picture& picture : pictures) {
+        if (picture.tiles != nullptr) return {};
+        list.push_back({picture.before, mixed(0, picture.plain.data(), picture.plain.size())});
+    }
+    return list;
 }
 
 uint64_t Scene::hash() {
@@ -212,6 +222,7 @@ Outcome play(const Scenario& scenario, Random& random, const Purpose& purpose) {
     scene.seen = scene.reports.take();
     Outcome outcome;
     outcome.hash = scene.hash();
+    outcome.changes = scene.changes();
     outcome.reports = std::move(scene.seen);
     outcome.requests = scene.log.requests;
     return outcome;

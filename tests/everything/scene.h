@@ -94,6 +94,13 @@ public:
     // Of all pixels, padding included, of arrays, reports and what was kept.
     uint64_t hash();
 
+    // Of the plain images, as they were and as they are; none if there are tiles.
+    struct Change {
+        uint64_t before;
+        uint64_t after;
+    };
+    std::vector<Change> changes() const;
+
     kit::Reports reports;
     std::vector<std::string> seen; // reports
     kit::TileLog log;
@@ -102,11 +109,13 @@ private:
     struct Picture {
         kit::Image plain;
         std::unique_ptr<kit::Tiles> tiles;
+        uint64_t before;
     };
 
     void damage(DaxImage* image);
     void goFar(kit::Tiles& tiles);
-    void mix(const uint8_t* bytes, size_t size);
+    void mix(const uint8_t* bytes, size_t size) { state = mixed(state, bytes, size); }
+    static uint64_t mixed(uint64_t from, const uint8_t* bytes, size_t size);
 
     std::deque<Picture> pictures;
     struct Array {
@@ -126,7 +135,9 @@ struct Scenario {
     // between them; an empty one stands for silence.
     const char* noMemory = "";
     const char* noTile = "";
-    size_t leaves = 0; // blocks that stay when memory can't be had
+    // When memory can't be had: blocks that stay, and whether plain images may change in part.
+    size_t leaves = 0;
+    bool partly = false;
 };
 
 const std::vector<Scenario>& scenarios();
@@ -134,6 +145,7 @@ const std::vector<Scenario>& scenarios();
 // One run of a scenario, with its reports and its hash.
 struct Outcome {
     uint64_t hash = 0;
+    std::vector<Scene::Change> changes;
     std::vector<std::string> reports;
     int32_t requests = 0; // of tiles
 };

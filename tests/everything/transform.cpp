@@ -75,7 +75,7 @@ Scenarios transformScenarios() {
     return {
         {"transform", "daxRealFft2D", fourier<daxRealFft2D>, refused},
         {"transform", "daxCcsFft2D", fourier<daxCcsFft2D>, refused},
-        {"transform", "daxDCT2D", cosine},
+        {"transform", "daxDCT2D", cosine, "", "", 0, true},
     };
 }
 
