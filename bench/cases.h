@@ -131,6 +131,7 @@ void addGeometry();
 void addArithmetic();
 void addMoves();
 void addConversions();
+void addBitmaps();
 void addAlpha();
 void addColor();
 void addRank();

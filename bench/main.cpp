@@ -49,6 +49,7 @@ int main(int argc, char** argv) {
     bench::addArithmetic();
     bench::addMoves();
     bench::addConversions();
+    bench::addBitmaps();
     bench::addAlpha();
     bench::addColor();
     bench::addRank();

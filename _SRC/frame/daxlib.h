@@ -1571,7 +1571,8 @@ DAX_API void daxBitonalToGray(DaxImage* srcImage, DaxImage* dstImage, int32_t Ze
  * | 32, #BI_BITFIELDS    |              | 4 channels #DAX_DEPTH_8U, `RGBA`, `BGRA`    | no     |
  *
  * A colour table is grey only if it is the full ramp: with n entries, red, green and blue of entry
- * i are all i times 255 / (n - 1), truncated. The table white, black is a colour table.
+ * i are all i times 255 / (n - 1), truncated. The table white, black is a colour table, and so is
+ * one of a single entry.
  *
  * The origin is #DAX_ORIGIN_BOTTOM_LEFT for a `biHeight` from 0 on and #DAX_ORIGIN_TOP_LEFT for a
  * negative one. Free a sharing image with daxDeallocateHeader(), or with daxDeallocate(), which
@@ -1602,23 +1603,25 @@ DAX_API DaxImage* daxTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
  * byte as alpha; 24 bits without alpha; 16 and 32 bits by their masks. A field of fewer than 8 bits
  * is shifted up with zeroes below, so the full 5-bit field gives 248; of a wider field the upper 8
  * bits are taken. The alpha field of 32 bits is what lies above the highest field with
- * #BI_BITFIELDS; with #BI_RGB alpha isn't to be relied on. Then, by `channelSeq`:
+ * #BI_BITFIELDS, and the fourth byte with #BI_RGB. An index past the table reads on in the bitmap.
+ * Then, by `channelSeq`:
  *
  * - `GRAY`, or `G` and three zero bytes: the luminance (77 R + 151 G + 28 B) / 256, truncated, the
  *   weights of ITU-R BT.601;
  * - `BGR`, `BGRA`: stored as they are; `RGB`, `RGBA`: with blue and red exchanged.
  *
- * A one-channel image stores the luminance, or red if its `channelSeq` isn't grey; at
- * #DAX_DEPTH_1U the bit is set if that is above 127. Samples of 16 bits are the 8-bit values
- * times 256.
+ * A one-channel image stores the luminance if its `channelSeq` is grey, red if it begins with `B`,
+ * and blue if it begins with `R`; at #DAX_DEPTH_1U the bit is set if that is above 127. Samples of
+ * 16 bits are the 8-bit values times 256.
  *
  * @par Reports
  * `daxConvertFromDIB`, `daxdib`, in this order: the header; `dib==0`; the texts for `biSize`,
  * `biPlanes` and `biCompression` of daxTranslateDIB(); `image size is too small`, when `width` is
- * below `biWidth` or `height` below the absolute `biHeight`. With a negative status of an earlier
- * call these two are silent: `image->channelSeq unsupport`; and, with status
- * #DAX_StatusInternalError and an empty text, a `biBitCount` that isn't 1, 4, 8, 16, 24 or 32, or a
- * combination of channels and depth that isn't listed above.
+ * below `biWidth` or `height` below the absolute `biHeight`, or when the bitmap has more bytes
+ * than 31 bits can count. With a negative status of an earlier call these two are silent:
+ * `image->channelSeq unsupport`; and, with status #DAX_StatusInternalError and an empty text, a
+ * `biBitCount` that isn't 1, 4, 8, 16, 24 or 32, or a combination of channels and depth that isn't
+ * listed above.
  *
  * @param dib   the bitmap
  * @param image the destination
@@ -1666,7 +1669,8 @@ DAX_API void daxConvertFromDIB(const BITMAPINFOHEADER* dib, DaxImage* image);
  * 3. with an alpha channel `(image->nChannels != 4)`, without one
  *    `(image->nChannels != 3 && image->nChannels != 1)`
  * 4. `(image->width != dib->biWidth || image->height != dib->biHeight)`
- * 5. the texts for `biSize`, `biPlanes` and `biCompression` of daxTranslateDIB()
+ * 5. the texts for `biSize`, `biPlanes` and `biCompression` of daxTranslateDIB(); the text of 4,
+ *    when the bitmap has more bytes than 31 bits can count
  * 6. `(dither != 8 && dither != 1)`
  * 7. `(paletteConversion != 0 && paletteConversion != 1 && paletteConversion != 2)`
  * 8. when no table can be made: `create medcut palette error`

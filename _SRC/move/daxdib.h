@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-inline constexpr ptrdiff_t ownDibBlock = 256; // pixels
+inline constexpr ptrdiff_t ownDibBlock = 512; // pixels
 
 // A colour table taken apart for the search, with what is added to products.
 inline constexpr int32_t ownDibPageSize = 256;

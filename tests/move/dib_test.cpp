@@ -443,12 +443,10 @@ void fixedByModel(const Image& image, Bitmap& bitmap) {
             entries.push_back({level, level, level});
         }
     } else if (size == 16) {
-        for (const uint32_t rgb :
+        for (const int32_t rgb :
              {0x000000, 0x800000, 0x008000, 0x808000, 0x000080, 0x800080, 0x008080, 0x808080,
               0xC0C0C0, 0xFF0000, 0x00FF00, 0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF})
-            entries.push_back({static_cast<int32_t>(rgb >> 16),
-                               static_cast<int32_t>(rgb >> 8 & 255),
-                               static_cast<int32_t>(rgb & 255)});
+            entries.push_back({rgb >> 16, rgb >> 8 & 255, rgb & 255});
     } else if (size == 256) {
         constexpr int32_t levels[] = {0, 32, 64, 96, 128, 160, 192, 255};
         constexpr int32_t blues[] = {0, 64, 128, 255};
