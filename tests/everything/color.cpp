@@ -30,7 +30,8 @@ template <auto function> void models(Scene& scene, const char* from) {
     Allowed allowed = colored(scene, from);
     allowed.tiles = !inPlace; // exception: daxRGB2HSV() and its like don't name it
     DaxImage* const src = scene.image(shape, allowed);
-    DaxImage* const dst = inPlace ? src : scene.image(scene.like(shape), colored(scene, "RGB"));
+    const Shape other = scene.like(shape);
+    DaxImage* const dst = inPlace ? src : scene.image(other, colored(scene, "RGB"));
     function(src, dst, scene.tilePos());
 }
 

@@ -1,6 +1,6 @@
 // Scenes: calls of every exported function on random images with random arguments. A scene is drawn
 // from a source of numbers, so that the fuzzer finds its way through the same scenes that the tests
-// repeat.
+// repeat. Draw one number a statement: compilers evaluate arguments in orders of their own.
 #ifndef EVERYTHING_SCENE_H
 #define EVERYTHING_SCENE_H
 

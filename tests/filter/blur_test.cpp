@@ -9,7 +9,6 @@
 
 #include <cstring>
 #include <map>
-#include <thread>
 
 namespace {
 
@@ -415,27 +414,6 @@ TEST(Blur, OutOfMemoryAndTiles) {
     EXPECT_EQ(each.whole.get(8, 7, 3), whole.get(8, 7, 3));
     EXPECT_EQ(each.whole.get(7, 8, 3), whole.get(7, 8, 3));
     EXPECT_EQ(reports.take(), Lines{});
-}
-
-// Nothing is kept between calls or shared between threads.
-TEST(Blur, OnManyThreads) {
-    Random random(8);
-    Image src({.width = 200, .height = 100}, random);
-    const auto blurred = [&src](int32_t size) {
-        Image copy = src;
-        Image dst({.width = 200, .height = 100});
-        daxBlur(copy, dst, size, size, 0, 0, nullptr);
-        return dst.bytes();
-    };
-    std::vector<std::vector<uint8_t>> alone, together(4);
-    for (int32_t i = 0; i < 4; ++i) alone.push_back(blurred(2 + i));
-    std::vector<std::thread> threads;
-    for (int32_t i = 0; i < 4; ++i)
-        threads.emplace_back([&, i] {
-            for (int32_t n = 0; n < 20; ++n) together[static_cast<size_t>(i)] = blurred(2 + i);
-        });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(together, alone);
 }
 
 } // namespace

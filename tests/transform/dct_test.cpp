@@ -151,28 +151,6 @@ TEST(Dct, FollowsTheDefinition) {
     daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
 }
 
-TEST(Dct, IsTheSameOnEveryProcessor) {
-    kit::Reports reports;
-    kit::forSeeds(60, [&](Random& random) {
-        const Shape shape = {.depth = random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_16S, DAX_DEPTH_32S}),
-                             .width = anyLength(random),
-                             .height = anyLength(random)};
-        Image src(shape, random);
-        const int32_t flags = random.oneOf({DAX_DCT_FORWARD, DAX_DCT_INVERSE});
-        SCOPED_TRACE(shape.text() + " flags " + std::to_string(flags));
-        Shape wide = shape;
-        wide.depth = random.oneOf({DAX_DEPTH_16S, DAX_DEPTH_32S});
-        std::vector<std::vector<uint8_t>> results;
-        kit::forEachIsa([&] {
-            Image dst(wide);
-            daxDCT2D(src, dst, flags);
-            results.push_back(dst.bytes());
-        });
-        EXPECT_THAT(results, testing::Each(results.front()));
-    });
-    daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
-}
-
 int64_t transformed(const Image& from, int32_t flags, int32_t x, int32_t y) {
     Image src = from;
     Image dst(src.shape());

@@ -210,25 +210,6 @@ Image imageOf(int32_t depth, int32_t w, int32_t h, const std::vector<int64_t>& v
     return image;
 }
 
-TEST(Fft, IsTheSameOnEveryProcessor) {
-    kit::Reports reports;
-    kit::forSeeds(40, [&](Random& random) {
-        const Way& way = random.of(ways);
-        Image src(
-            {.depth = anyDepth(random), .width = random.in(2, 70), .height = anyLength(random)},
-            random);
-        Shape shape = src.shape();
-        shape.depth = anyDepth(random);
-        std::vector<std::vector<uint8_t>> results;
-        kit::forEachIsa([&] {
-            Image dst(shape);
-            way.call(src, dst, DAX_FFT_INVERSE | DAX_FFT_USEFLOAT, nullptr);
-            results.push_back(dst.bytes());
-        });
-        EXPECT_THAT(results, testing::Each(results.front()));
-    });
-}
-
 // Fixed point with one sample's worth of rounding: a single coefficient at the middle frequency
 // alternates, halves and all.
 TEST(Fft, FixedPointCutsAndNegativeFractionsVanish) {
