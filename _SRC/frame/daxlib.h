@@ -2075,7 +2075,7 @@ DAX_API void daxMedianFilter(DaxImage* srcImage, DaxImage* dstImage, int32_t nRo
  *
  * @par Tiles
  * Either image, or both. Tiles are requested again for every row, those of the destination for
- * reading, too.
+ * reading, too. A tile that can't be had is read as zeroes, and isn't written.
  *
  * @param srcImage    the source
  * @param dstImage    the destination
@@ -2244,7 +2244,8 @@ DAX_API void daxZoom(DaxImage* srcImage, DaxImage* dstImage, int32_t xU, int32_t
  * 3. with the module `owndecim`: `srcImage->depth is wrong`
  * 4. with the module `owndecim`, status #DAX_StatusInternalError when a tile can't be had:
  *    `dstImage->tileInfo->callBack crash`, `srcImage->tileInfo->callBack crash`; status
- *    #DAX_StatusOutOfMemory with an empty text when tiles can't be put together
+ *    #DAX_StatusOutOfMemory with an empty text, and then the latter, when tiles can't be put
+ *    together
  *
  * @par Silent
  * An empty rectangle; `tilePos` outside the region.
