@@ -31,6 +31,8 @@ struct OwnDibTable {
     void (*putFields[2])(const uint8_t* const* runs, const DaxDibFields& fields, char* dst,
                          ptrdiff_t count);
     void (*luminance)(const uint8_t* blue, const uint8_t* green, uint8_t* red, ptrdiff_t count);
+    // Pixels of three bytes with the first and the last exchanged.
+    void (*exchange)(const char* src, char* dst, ptrdiff_t count);
     // Bytes as the high bytes of words, and back.
     void (*widen)(const uint8_t* src, uint16_t* dst, ptrdiff_t count);
     void (*narrow)(const char* src, uint8_t* dst, ptrdiff_t count);

@@ -150,10 +150,17 @@ struct Search {
     OwnDibPage page;
 };
 
-// Whether blocks are the same bytes in both.
+// Whether a pixel is the same three bytes in both, in the same order or the opposite one.
 bool sameBytes(const OwnDibRows& image, const BitmapRows& bitmap, OwnDibStep step) {
     return bitmap.bits == 24 && image.channels == 3 && image.sampleBytes == 1 && !image.planes &&
-           step == OwnDibStep::none;
+           step != OwnDibStep::grey;
+}
+
+void copyPixels(const char* src, char* dst, ptrdiff_t count, OwnDibStep step) {
+    if (step == OwnDibStep::exchange)
+        ownRows<OwnDib>().exchange(src, dst, count);
+    else
+        memcpy(dst, src, static_cast<size_t>(count * 3));
 }
 
 } // namespace
@@ -202,10 +209,7 @@ void ownDibRead(const BITMAPINFOHEADER* dib, const DaxImage* image) {
     const int64_t columns = dib->biWidth < image->width ? dib->biWidth : image->width;
     eachBlock(to, from, columns, [&](int64_t y, int64_t x, ptrdiff_t count) {
         const char* src = from.pixels + from.offset(y, x);
-        if (same) {
-            memcpy(to.at(y, 0) + x * 3, src, static_cast<size_t>(count * 3));
-            return;
-        }
+        if (same) return copyPixels(src, to.at(y, 0) + x * 3, count, step);
         if (ownDibIndexed(from.bits)) {
             uint8_t indices[ownDibBlock];
             uint32_t pixels[ownDibBlock];
@@ -243,10 +247,7 @@ void ownDibWrite(const DaxImage* image, BITMAPINFOHEADER* dib) {
     const Search search(dib);
     eachBlock(from, to, image->width, [&](int64_t y, int64_t x, ptrdiff_t count) {
         char* dst = pixels + to.offset(y, x);
-        if (same) {
-            memcpy(dst, from.at(y, 0) + x * 3, static_cast<size_t>(count * 3));
-            return;
-        }
+        if (same) return copyPixels(from.at(y, 0) + x * 3, dst, count, step);
         const uint8_t* channel[4] = {none, none, none, none};
         takeBlock(from, y, x, count, channel, &block);
         const uint8_t* runs[] = {channel[0], channel[1], channel[2], channel[3]};
