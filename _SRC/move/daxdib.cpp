@@ -63,13 +63,13 @@ void convertToDib(const OwnCall& call, DaxImage* image, BITMAPINFOHEADER* dib, i
         image = reduced;
     }
     // A reduction that went well ends the call; what a failed one has left is written.
-    if ((reduced != nullptr && daxGetErrStatus() >= 0) || !ownDibSamples(image))
-        failUntold(call);
-    else if (!call.rejects(ownDibStep(image) == OwnDibStep::unknown,
-                           "image->channelSeq unsupport") &&
-             !call.rejects(!knownBits(dib), "dib-<biBitCount is bad"))
+    const bool readable = (reduced == nullptr || daxGetErrStatus() < 0) && ownDibSamples(image);
+    if (readable &&
+        !call.rejects(ownDibStep(image) == OwnDibStep::unknown, "image->channelSeq unsupport") &&
+        !call.rejects(!knownBits(dib), "dib-<biBitCount is bad"))
         ownDibWrite(image, dib);
     if (reduced != nullptr) daxDeallocate(reduced, DAX_IMAGE_ALL);
+    if (!readable) failUntold(call);
 }
 
 } // namespace

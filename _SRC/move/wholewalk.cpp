@@ -6,9 +6,9 @@
 
 ptrdiff_t OwnWholeSide::inside(ptrdiff_t y, ptrdiff_t channel, ptrdiff_t width) const {
     const ptrdiff_t room = end - row(y, channel);
-    const ptrdiff_t samples = pixelStep == 0       ? room * 8
-                              : room < sampleBytes ? 0
-                                                   : (room - sampleBytes) / pixelStep + 1;
+    const ptrdiff_t samples = room < sampleBytes ? 0
+                              : pixelStep == 0   ? room * 8
+                                                 : (room - sampleBytes) / pixelStep + 1;
     return samples < width ? samples : width;
 }
 

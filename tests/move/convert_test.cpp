@@ -476,10 +476,30 @@ TEST(Convert, StaysInsideWithShortRows) {
                 shape.slack = static_cast<int32_t>(random.in(1, 12) - shape.rowStep());
                 return Image(shape, random);
             };
-            Operation operation = {
-                kind, random.in(0, 1), {shortened(pair.src.shape()), shortened(pair.dst.shape())}};
+            const auto tileable = [&](Shape shape) {
+                shape.align = 8;
+                shape.slack = 0;
+                return Image(shape, random);
+            };
+            // Beside tiles, whose pieces may begin past the end of a row's block.
+            const int32_t tiled = random.in(0, 2);
+            const Shape src = pair.src.shape();
+            const Shape dst = pair.dst.shape();
+            Operation operation = {kind,
+                                   random.in(0, 1),
+                                   {tiled == 1 ? tileable(src) : shortened(src),
+                                    tiled == 2 ? tileable(dst) : shortened(dst)}};
+            kit::TileLog log;
+            std::unique_ptr<kit::Tiles> tiles;
+            DaxImage* images[] = {operation.pair.src, operation.pair.dst};
+            if (tiled != 0) {
+                Image& plain = tiled == 1 ? operation.pair.src : operation.pair.dst;
+                tiles = std::make_unique<kit::Tiles>(plain, 'T', random.in(1, 3) * 8,
+                                                     random.in(1, 3) * 8, log);
+                images[tiled - 1] = *tiles;
+            }
             kit::Reports reports;
-            operation(operation.pair.src, operation.pair.dst, nullptr);
+            operation(images[0], images[1], nullptr);
             EXPECT_EQ(reports.take(), Lines());
         });
     });

@@ -596,6 +596,20 @@ TEST(DibExport, ReductionEndsTheCallUnlessTheStatusIsNegative) {
     });
 }
 
+// A reporter that ends the process finds the reduced image released.
+TEST(DibExport, ReductionIsReleasedBeforeTheReport) {
+    kit::Reports reports(DAX_ErrModeLeaf);
+    daxRedirectError(daxNulDevReport);
+    Random random(3);
+    Bitmap is(headerOf(20, 9, 24));
+    Image wide({.depth = u16, .channels = 3, .width = 20, .height = 9}, random);
+    setLetters(wide, "BGR");
+    kit::StandIn platform;
+    EXPECT_TRUE(
+        platform.ends([&] { daxConvertToDIB(wide, is, DAX_DITHER_STUCKI, DAX_PALETTE_KEEP); }));
+    EXPECT_EQ(platform.live(), 0u);
+}
+
 // With a fault and all of those whose checks come later, the fault's own report comes alone, and
 // nothing is written.
 struct Trial {
