@@ -245,9 +245,9 @@ extern "C" {
  * @section dax_regions_bits Bitonal images
  *
  * Bits of a destination byte that lie outside the rectangle are kept, except in flat runs over
- * whole images. The two-image operations and the arithmetic with constants compare the ROI's size
- * with the image's size and don't cut it at the right and lower edge, so a ROI on a bitonal image
- * has to lie inside it.
+ * whole images. The two-image operations, the arithmetic with constants and daxRShiftS() compare
+ * the ROI's size with the image's size and don't cut it at the right and lower edge, so a ROI on a
+ * bitonal image has to lie inside it.
  */
 
 /**
@@ -2523,7 +2523,8 @@ DAX_API void daxDCT2D(DaxImage* src, DaxImage* dst, int32_t flags);
  * image are found by the letters of its `channelSeq`: in pixel order R, G, B if it starts with "R",
  * and B, G, R otherwise; in plane order each plane by its letter. HSV and HLS images hold their
  * channels in the order of the name. A fourth channel isn't touched. ROIs are not honoured: the
- * common area of the whole images is converted. All conversions from floating point truncate.
+ * common area of the whole images is converted. All conversions from floating point truncate. Plain
+ * images may be converted between models in place.
  *
  * The models are the hexcone (HSV) and the double hexcone (HLS):
  *
@@ -2795,7 +2796,7 @@ DAX_API void daxDeleteColorTwist(DaxColorTwist* cTwist);
  *
  * limited to 0 .. 255 or 0 .. 65535; then `offset` is added and the sum limited again. Depths:
  * #DAX_DEPTH_8U and #DAX_DEPTH_16U. A fourth channel of the destination isn't written. `coi` isn't
- * looked at. Rectangle: @ref dax_regions_rect.
+ * looked at. Rectangle: @ref dax_regions_rect. In-place calls work.
  *
  * Images of 3 channels are worked in integers where the twist allows it: `scalingValue` below 16,
  * `offset` within the signed range of the depth, weights of 16 bits, and sums that fit 32 bits.
@@ -2960,7 +2961,7 @@ DAX_API void daxAlphaComposite(DaxImage* srcImageA, DaxImage* srcImageB, DaxImag
 /**
  * Composes two images with constant opacities. The operators are those of daxAlphaComposite(), in
  * the floating tier if `divideMode` is 1 and in the integer tier otherwise. No opacity is written:
- * the destination's alpha channel stays as it was.
+ * the destination's alpha channel stays as it was. In-place calls work.
  *
  * @par Reports
  * `daxAlphaCompositeC`, `daxalpha`: as in daxAlphaComposite(), without the tests of alpha images;
@@ -3002,7 +3003,7 @@ DAX_API void daxPreMultiplyAlpha(DaxImage* image, int32_t alpha, const int32_t* 
 
 /**
  * Product over full scale of two images: dst = m(A, B). The alpha channel is multiplied like the
- * others. Data orders may differ.
+ * others. Data orders may differ. In-place calls work.
  *
  * @par Reports
  * `daxMultiplyScale`, `daxalpha`, in this order: @ref dax_checks_full of `dstImage`, `srcImageA`,
@@ -3020,7 +3021,7 @@ DAX_API void daxMultiplyScale(DaxImage* srcImageA, DaxImage* srcImageB, DaxImage
 
 /**
  * Product over full scale with a constant: dst = m(A, `value`). The alpha channel is multiplied
- * like the others. Data orders may differ.
+ * like the others. Data orders may differ. In-place calls work.
  *
  * @par Reports
  * `daxMultiplySScale`, `daxalpha`, in this order: @ref dax_checks_full of `dstImage`, `srcImage`;
