@@ -21,13 +21,7 @@ void runBits(const OwnSingleWork& work, DaxImage* const* images) {
 void runSamples(const OwnSingleWork& work, DaxImage* const* images) {
     OwnRuns runs;
     if (!work.rule.runs(images, 2, &runs)) return;
-    const OwnSingleRow& row = work.rows.byDepth[ownDepthIndex(images[1]->depth)];
-    ownEachRun(runs, [&](char* const* at, ptrdiff_t count) {
-        if (runs.strided)
-            row.strided(at[0], at[1], count, runs.sampleStep[0], runs.sampleStep[1], work.value);
-        else
-            row.line(at[0], at[1], count, work.value);
-    });
+    ownRunSingle(runs, work.rows.byDepth[ownDepthIndex(images[1]->depth)], work.value);
 }
 
 bool anyTiled(const DaxImage* srcImage, const DaxImage* dstImage) {

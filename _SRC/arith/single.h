@@ -9,14 +9,6 @@
 
 #include <cstddef>
 
-// The kernels of one depth: a flat run, and a run that moves each image by its own number of bytes.
-// Each takes of the constant what its operation does.
-struct OwnSingleRow {
-    void (*line)(const char* src, char* dst, ptrdiff_t count, int32_t value);
-    void (*strided)(const char* src, char* dst, ptrdiff_t count, ptrdiff_t stepSrc,
-                    ptrdiff_t stepDst, int32_t value);
-};
-
 // The kernels of an operation. To bits the constant comes as a pattern, all ones or all zeroes, and
 // the destination's bits outside a run are kept.
 struct OwnSingleTable {

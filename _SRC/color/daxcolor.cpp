@@ -32,11 +32,12 @@ bool alike(const DaxImage* src, const DaxImage* dst) {
            src->origin == dst->origin;
 }
 
-void convertModel(const OwnCall& call, DaxImage* src, OwnModel from, const char* model,
-                  DaxImage* dst, OwnModel to, const int32_t* tilePos,
-                  int32_t line = __builtin_LINE()) {
+void convertModel(const OwnCall& call, DaxImage* src, OwnModel from, DaxImage* dst, OwnModel to,
+                  const int32_t* tilePos, int32_t line = __builtin_LINE()) {
     if (!begins(call, src, dst, line)) return;
-    const bool fits = hasModel(src, model) && alike(src, dst) && src->depth == dst->depth;
+    const char* const names[] = {"RGB", "HSV", "HLS"};
+    const bool fits = hasModel(src, names[static_cast<int32_t>(from)]) && alike(src, dst) &&
+                      src->depth == dst->depth;
     if (call.rejects(!fits, "incomatibleimages", line)) return;
     ownConvertModel(call, src, from, dst, to, tilePos);
 }
@@ -44,23 +45,19 @@ void convertModel(const OwnCall& call, DaxImage* src, OwnModel from, const char*
 } // namespace
 
 void daxRGB2HSV(DaxImage* rgbImage, DaxImage* hsvImage, const int32_t* tilePos) {
-    convertModel({"daxRGB2HSV", module}, rgbImage, OwnModel::rgb, "RGB", hsvImage, OwnModel::hsv,
-                 tilePos);
+    convertModel({"daxRGB2HSV", module}, rgbImage, OwnModel::rgb, hsvImage, OwnModel::hsv, tilePos);
 }
 
 void daxHSV2RGB(DaxImage* hsvImage, DaxImage* rgbImage, const int32_t* tilePos) {
-    convertModel({"daxHSV2RGB", module}, hsvImage, OwnModel::hsv, "HSV", rgbImage, OwnModel::rgb,
-                 tilePos);
+    convertModel({"daxHSV2RGB", module}, hsvImage, OwnModel::hsv, rgbImage, OwnModel::rgb, tilePos);
 }
 
 void daxRGB2HLS(DaxImage* rgbImage, DaxImage* hlsImage, const int32_t* tilePos) {
-    convertModel({"daxRGB2HLS", module}, rgbImage, OwnModel::rgb, "RGB", hlsImage, OwnModel::hls,
-                 tilePos);
+    convertModel({"daxRGB2HLS", module}, rgbImage, OwnModel::rgb, hlsImage, OwnModel::hls, tilePos);
 }
 
 void daxHLS2RGB(DaxImage* hlsImage, DaxImage* rgbImage, const int32_t* tilePos) {
-    convertModel({"daxHLS2RGB", module}, hlsImage, OwnModel::hls, "HLS", rgbImage, OwnModel::rgb,
-                 tilePos);
+    convertModel({"daxHLS2RGB", module}, hlsImage, OwnModel::hls, rgbImage, OwnModel::rgb, tilePos);
 }
 
 void daxColorToGray(DaxImage* srcImage, DaxImage* dstImage, const int32_t* tilePos) {

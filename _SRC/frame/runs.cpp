@@ -211,3 +211,12 @@ ptrdiff_t ownBitsInside(const OwnBitRuns& runs, char* const* at) {
     }
     return count;
 }
+
+void ownRunSingle(const OwnRuns& runs, const OwnSingleRow& row, int32_t value) {
+    ownEachRun(runs, [&](char* const* at, ptrdiff_t count) {
+        if (runs.strided)
+            row.strided(at[0], at[1], count, runs.sampleStep[0], runs.sampleStep[1], value);
+        else
+            row.line(at[0], at[1], count, value);
+    });
+}

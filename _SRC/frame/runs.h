@@ -36,6 +36,17 @@ bool ownSourceRuns(DaxImage* const* images, int32_t count, OwnRuns* runs);
 // runs is known.
 void ownBoundRuns(DaxImage* const* images, OwnRuns* runs);
 
+// The kernels of one depth that turn one image into another by a constant: a flat run, and a run
+// that moves each image by its own number of bytes. Each takes of the constant what its operation
+// does.
+struct OwnSingleRow {
+    void (*line)(const char* src, char* dst, ptrdiff_t count, int32_t value);
+    void (*strided)(const char* src, char* dst, ptrdiff_t count, ptrdiff_t stepSrc,
+                    ptrdiff_t stepDst, int32_t value);
+};
+
+void ownRunSingle(const OwnRuns& runs, const OwnSingleRow& row, int32_t value);
+
 // The same for bitonal images.
 struct OwnBitRuns {
     int32_t images;

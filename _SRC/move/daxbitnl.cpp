@@ -126,13 +126,7 @@ constexpr Bounds bounds[] = {
 
 void daxBitonalToGray(DaxImage* srcImage, DaxImage* dstImage, int32_t ZeroScale, int32_t OneScale,
                       const int32_t* tilePos) {
-    if (!call.sound(srcImage)) return;
-    if (!call.sound(dstImage)) return;
-    if (call.rejects(srcImage->height != dstImage->height,
-                     "(srcImage->height != dstImage->height)"))
-        return;
-    if (call.rejects(srcImage->width != dstImage->width, "(srcImage->width != dstImage->width)"))
-        return;
+    if (!ownWholeFits(call, srcImage, dstImage)) return;
     if (call.rejects(srcImage->nChannels != 1, "(srcImage->nChannels != 1)")) return;
     if (call.rejects(srcImage->depth != DAX_DEPTH_1U, "(srcImage->depth != 1)")) return;
     if (call.rejects(dstImage->depth == DAX_DEPTH_1U, "(dstImage->depth == 1)")) return;

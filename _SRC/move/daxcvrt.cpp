@@ -174,13 +174,7 @@ void ownConvertWhole(Kind kind, DaxImage* srcImage, DaxImage* dstImage, int32_t 
 
 void daxConvert(DaxImage* srcImage, DaxImage* dstImage, int32_t ConvertMode,
                 const int32_t* tilePos) {
-    if (!call.sound(srcImage)) return;
-    if (!call.sound(dstImage)) return;
-    if (call.rejects(srcImage->height != dstImage->height,
-                     "(srcImage->height != dstImage->height)"))
-        return;
-    if (call.rejects(srcImage->width != dstImage->width, "(srcImage->width != dstImage->width)"))
-        return;
+    if (!ownWholeFits(call, srcImage, dstImage)) return;
     if (dstImage->depth == DAX_DEPTH_1U && srcImage->depth != DAX_DEPTH_1U) {
         const bool several = srcImage->nChannels > 1;
         const DaxROI* roi = srcImage->roi;

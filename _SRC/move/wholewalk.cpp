@@ -30,6 +30,14 @@ void OwnWholePiece::joinRows() {
     height = 1;
 }
 
+bool ownWholeFits(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage, int32_t line) {
+    return call.sound(srcImage, line) && call.sound(dstImage, line) &&
+           !call.rejects(srcImage->height != dstImage->height,
+                         "(srcImage->height != dstImage->height)", line) &&
+           !call.rejects(srcImage->width != dstImage->width, "(srcImage->width != dstImage->width)",
+                         line);
+}
+
 OwnWholeWalk::Image::Image(DaxImage* theImage, int32_t theMode)
     : image(theImage), tiled(image->tileInfo != nullptr),
       interleaved(image->dataOrder == DAX_DATA_PIXEL), sampleBytes(ownSampleBytes(image->depth)),

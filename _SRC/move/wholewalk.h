@@ -53,6 +53,10 @@ struct OwnWholePiece {
     void joinRows();
 };
 
+// The checks that come first: sound headers and equal sizes.
+bool ownWholeFits(const OwnCall& call, DaxImage* srcImage, DaxImage* dstImage,
+                  int32_t line = __builtin_LINE());
+
 class OwnWholeWalk {
 public:
     // With `tilePos` only the tile of the destination that holds this pixel is walked.

@@ -4,7 +4,6 @@
 #include "frame/depth.h"
 #include "frame/ownrect.h"
 #include "frame/raster.h"
-#include "frame/runs.h"
 
 namespace {
 
@@ -57,13 +56,7 @@ bool thresholdRuns(DaxImage* const* images, OwnRuns* runs) {
 void thresholdPlain(DaxImage* const* images, int32_t threshold) {
     OwnRuns runs;
     if (!thresholdRuns(images, &runs)) return;
-    const OwnThresholdRow& row = ownRows<OwnThreshold>().byDepth[ownDepthIndex(images[0]->depth)];
-    ownEachRun(runs, [&](char* const* at, ptrdiff_t count) {
-        if (runs.strided)
-            row.strided(at[0], at[1], count, runs.sampleStep[0], runs.sampleStep[1], threshold);
-        else
-            row.line(at[0], at[1], count, threshold);
-    });
+    ownRunSingle(runs, ownRows<OwnThreshold>().byDepth[ownDepthIndex(images[0]->depth)], threshold);
 }
 
 } // namespace

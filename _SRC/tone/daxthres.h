@@ -3,17 +3,10 @@
 #define OWN_DAXTHRES_H
 
 #include "frame/kernels.h"
-
-#include <cstddef>
-
-struct OwnThresholdRow {
-    void (*line)(const char* src, char* dst, ptrdiff_t count, int32_t threshold);
-    void (*strided)(const char* src, char* dst, ptrdiff_t count, ptrdiff_t stepSrc,
-                    ptrdiff_t stepDst, int32_t threshold);
-};
+#include "frame/runs.h"
 
 struct OwnThresholdTable {
-    OwnThresholdRow byDepth[5]; // by ownDepthIndex
+    OwnSingleRow byDepth[5]; // by ownDepthIndex
 };
 
 struct OwnThreshold {

@@ -37,7 +37,7 @@ void strided(const char* src, char* dst, ptrdiff_t count, ptrdiff_t stepSrc, ptr
     });
 }
 
-template <class T> constexpr OwnThresholdRow row() { return {line<T>, strided<T>}; }
+template <class T> constexpr OwnSingleRow row() { return {line<T>, strided<T>}; }
 
 constexpr OwnThresholdTable table = {
     {row<uint8_t>(), row<int8_t>(), row<uint16_t>(), row<int16_t>(), row<int32_t>()}};

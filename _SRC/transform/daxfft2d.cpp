@@ -169,24 +169,28 @@ Outcome makePlan(OwnFftPlan* plan, DaxImage* srcImage, DaxImage* dstImage, int32
     return outcome;
 }
 
-bool transformChannel(OwnFft* fft, OwnFftWay way) {
+bool tryChannel(OwnFft* fft, OwnFftWay way) {
     fft->buffers.used = 0;
     return fft->plan.fftUseInt != 0 ? ownFixedFft(fft, way) : ownFloatFft(fft, way);
+}
+
+// What is kept for other sizes may be what is missing. A try that fails has written nothing, and
+// channels that are done aren't done again, since in place they aren't the source any more.
+bool transformChannel(OwnFft* fft, OwnFftWay way) {
+    for (int32_t tries = 0; tries < 2; ++tries) {
+        if (tryChannel(fft, way)) return true;
+        freeTables(fft);
+    }
+    return false;
 }
 
 Outcome transform(OwnFft* fft, OwnFftWay way) {
     OwnFftPlan& plan = fft->plan;
     if (plan.fftW < 2 && plan.fftH < 2) return Outcome::nothing;
-    for (int32_t tries = 0;; ++tries) {
-        bool had = true;
-        for (plan.fftChannelNow = plan.fftChannelFirst;
-             had && plan.fftChannelNow < plan.fftChannelEnd; ++plan.fftChannelNow)
-            if (plan.fftChannelNow != plan.fftChannelSkip) had = transformChannel(fft, way);
-        if (had) return Outcome::done;
-        // What is kept for other sizes may be what is missing.
-        freeTables(fft);
-        if (tries > 0) return Outcome::bad;
-    }
+    int32_t& now = plan.fftChannelNow;
+    for (now = plan.fftChannelFirst; now < plan.fftChannelEnd; ++now)
+        if (now != plan.fftChannelSkip && !transformChannel(fft, way)) return Outcome::bad;
+    return Outcome::done;
 }
 
 bool fails(const OwnCall& call, Outcome outcome, int32_t line = __builtin_LINE()) {
