@@ -1,5 +1,5 @@
-// Rows of a plain image with what lies beyond its edges, for the convolutions: samples side by
-// side, then cells to be multiplied.
+// Rows of a plain image with what lies beyond its edges: samples of a channel, or whole pixels,
+// side by side, then cells to be multiplied.
 #ifndef OWN_SOURCE_H
 #define OWN_SOURCE_H
 
