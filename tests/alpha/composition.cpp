@@ -1,5 +1,7 @@
 #include "alpha/composition.h"
 
+#include "kit/platform.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -216,6 +218,17 @@ void call(const Settings& settings, const Arguments& images, const int32_t* tile
         daxAlphaComposite(images[srcA], images[srcB], images[dst], settings.type, images[alphaA],
                           images[alphaB], images[alphaDst], settings.premultiplied,
                           settings.divides, tilePos);
+}
+
+void expectEverywhere(const std::deque<Image>& before, const Work& model, const Work& call) {
+    std::deque<Image> expected = before;
+    model(expected);
+    kit::forEachIsa([&] {
+        std::deque<Image> images = before;
+        call(images);
+        for (size_t i = 0; i < images.size(); ++i)
+            EXPECT_EQ(kit::byteDifference(images[i], expected[i]), "") << "image " << i;
+    });
 }
 
 DaxROI regionInside(Random& random, int32_t width, int32_t height, int32_t coi) {

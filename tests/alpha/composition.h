@@ -45,6 +45,10 @@ void call(const Settings& settings, const Arguments& arguments, const int32_t* t
 // Sample after sample, in the order of rows, channels and pixels; the images are plain.
 void composeByModel(const Settings& settings, const Arguments& arguments);
 
+// What a call makes of images, with every instruction set, against a model.
+using Work = std::function<void(std::deque<Image>&)>;
+void expectEverywhere(const std::deque<Image>& before, const Work& model, const Work& call);
+
 // Height and width that the regions have in common.
 std::array<int32_t, 2> commonSize(const std::vector<const DaxImage*>& images);
 

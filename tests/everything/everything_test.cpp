@@ -174,13 +174,16 @@ TEST(Everything, HasTheSameBitsEverywhere) {
     std::ifstream in(hashFile);
     for (std::string name, hash; in >> name >> hash;) listed[name] = std::stoull(hash, nullptr, 16);
     std::map<std::string, uint64_t> sums;
-    forScenes(150, [&](const Scenario& scenario, uint64_t seed) {
+    forScenes(200, [&](const Scenario& scenario, uint64_t seed) {
+        // In every fourth scene a tile can't be had.
+        const Purpose purpose = {.failRequest =
+                                     seed % 4 == 0 ? static_cast<int32_t>(seed / 4 % 9 + 1) : 0};
         uint64_t first = 0;
         kit::forEachIsa([&] {
             // Nothing depends on what memory holds at first.
             kit::StandIn platform;
             platform.junk = static_cast<uint8_t>(0xC7 + 61 * static_cast<int32_t>(ownIsa()));
-            const uint64_t hash = playApart(scenario, seed).hash;
+            const uint64_t hash = playApart(scenario, seed, purpose).hash;
             if (ownIsa() == OwnIsa::baseline) first = hash;
             EXPECT_EQ(hash, first) << firstName(scenario) << ", seed " << seed;
         });

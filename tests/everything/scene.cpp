@@ -201,8 +201,9 @@ uint64_t Scene::hash() {
         picture.tiles->forEachTile([&](const kit::Image& tile) { mix(tile.data(), tile.size()); });
     }
     for (const Array& array : arrays) mix(array.bytes.get(), array.hashed);
-    for (const std::string& text : seen)
-        mix(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    for (const auto* texts : {&seen, &log.lines})
+        for (const std::string& text : *texts)
+            mix(reinterpret_cast<const uint8_t*>(text.data()), text.size());
     return state;
 }
 

@@ -1,5 +1,7 @@
 #include "kit/shapes.h"
 
+#include <algorithm>
+
 namespace kit {
 
 namespace {
@@ -90,6 +92,17 @@ std::vector<Shape> fittingShapes(Random& random, int32_t count, bool tileable) {
         shapes.push_back(shape);
     }
     return shapes;
+}
+
+void widen(Random& random, std::vector<Shape>* shapes) {
+    const int32_t more = random.in(100, shapes->front().depth == DAX_DEPTH_1U ? 20000 : 3000);
+    for (Shape& shape : *shapes) {
+        shape.width += more;
+        shape.height = std::min(shape.height, 3);
+        if (!shape.roi) continue;
+        shape.roi->width += more;
+        shape.roi->yOffset = std::min(shape.roi->yOffset, 2);
+    }
 }
 
 std::vector<Image> filledImages(Random& random, const std::vector<Shape>& shapes) {

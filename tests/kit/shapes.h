@@ -22,6 +22,9 @@ Shape anyShape(Random& random);
 // bitonal regions inside their image.
 std::vector<Shape> fittingShapes(Random& random, int32_t count, bool tileable = false);
 
+// Makes plain images wider than what kernels take at once, and low.
+void widen(Random& random, std::vector<Shape>* shapes);
+
 std::vector<Image> filledImages(Random& random, const std::vector<Shape>& shapes);
 
 } // namespace kit
