@@ -194,6 +194,10 @@ std::vector<Scene::Change> Scene::changes() const {
 
 uint64_t Scene::hash() {
     for (const Picture& picture : pictures) {
+        const bool tiled = picture.tiles != nullptr;
+        const DaxROI* roi = tiled ? picture.tiles->header.roi : picture.plain->roi;
+        const DaxROI* own = tiled ? &picture.tiles->roi : &picture.plain.roi;
+        keep(roi == nullptr ? 0 : roi == own ? 1 : 2);
         if (picture.tiles == nullptr) {
             mix(picture.plain.data(), picture.plain.size());
             continue;

@@ -91,8 +91,8 @@ public:
         mix(bytes, sizeof value);
     }
 
-    // Of all pixels, padding included, of arrays, reports, what was kept, and the requests and
-    // releases of tiles in their order.
+    // Of all pixels, padding included, of arrays, reports, what was kept, the requests and releases
+    // of tiles in their order, and whose regions headers have.
     uint64_t hash();
 
     // Of the plain images, as they were and as they are; none if there are tiles.
