@@ -2,20 +2,11 @@
 
 #include "tone/lut.h"
 
-#include "kit/platform.h"
-#include "kit/reports.h"
-#include "kit/tiles.h"
-
 #include <functional>
 
 namespace {
 
-using kit::Image;
-using kit::Random;
-using kit::Shape;
-using tone::Lut;
-using tone::Luts;
-using Lines = std::vector<std::string>;
+using namespace tone;
 
 // Calls `use(x, y, channel)` for every sample of a region.
 void eachSample(const DaxROI& roi, const std::vector<int32_t>& channels,
@@ -33,7 +24,7 @@ void count(Luts& luts, size_t k, int64_t sample) {
 
 // The values before a count: zeroes where something is written, and what was there elsewhere.
 void clear(Luts& luts, const DaxImage* image) {
-    for (const int32_t c : tone::channelsOf(image)) {
+    for (const int32_t c : channelsOf(image)) {
         Lut& lut = luts.all[static_cast<size_t>(c - 1)];
         std::fill(lut.value.begin(), lut.value.end() - 1, 0);
         lut.interpolated = 0;
@@ -53,14 +44,13 @@ TEST(Histogram, PlainImages) {
     kit::forEachIsa([] {
         kit::forSeeds(600, [](Random& random) {
             kit::Reports reports;
-            Image image(tone::anyShapeOf(random, counted), random);
-            Luts is(random, image->nChannels, tone::sizeOf(image->depth));
+            Image image(anyShapeOf(random, counted), random);
+            Luts is(random, image->nChannels, sizeOf(image->depth));
             Luts expected = is;
             clear(expected, image);
-            eachSample(tone::cutRegion(image), tone::channelsOf(image),
-                       [&](int32_t x, int32_t y, int32_t c) {
-                           count(expected, static_cast<size_t>(c - 1), image.get(x, y, c));
-                       });
+            eachSample(cutRegion(image), channelsOf(image), [&](int32_t x, int32_t y, int32_t c) {
+                count(expected, static_cast<size_t>(c - 1), image.get(x, y, c));
+            });
             daxComputeHisto(image, is, nullptr);
             expectCounts(is, expected);
             EXPECT_EQ(reports.take(), Lines());
@@ -98,13 +88,13 @@ TEST(Histogram, LongRows) {
 TEST(Histogram, TiledImages) {
     kit::forSeeds(800, [](Random& random) {
         kit::Reports reports;
-        Image image(tone::anyShapeOf(random, counted), random);
+        Image image(anyShapeOf(random, counted), random);
         kit::TileLog log;
         kit::Tiles tiles(image, 'A', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
-        Luts is(random, image->nChannels, tone::sizeOf(image->depth));
+        Luts is(random, image->nChannels, sizeOf(image->depth));
         Luts expected = is;
         clear(expected, image);
-        const DaxROI roi = tone::regionOf(image);
+        const DaxROI roi = regionOf(image);
         const int32_t tw = tiles.info.width;
         const int32_t th = tiles.info.height;
         const bool narrowed = random.chance(50);
@@ -123,7 +113,7 @@ TEST(Histogram, TiledImages) {
         // Only the step from the start to the first tile is ever gone, so that positions other
         // than the first column's are of no use; those are left to the test of the order.
         if (narrowed && pos[0] < roi.yOffset / th) return;
-        eachSample(roi, tone::channelsOf(image), [&](int32_t x, int32_t y, int32_t c) {
+        eachSample(roi, channelsOf(image), [&](int32_t x, int32_t y, int32_t c) {
             if (wanted(x / tw, y / th))
                 count(expected, static_cast<size_t>(c - 1),
                       tiles.tile(x / tw, y / th).get(x % tw, y % th, c));
@@ -135,19 +125,16 @@ TEST(Histogram, TiledImages) {
     });
 }
 
-TEST(Histogram, WhatCantBeHad) {
+TEST(Histogram, TilesThatCantBeHad) {
     kit::Reports reports;
-    Random random(1);
-    Image image({.channels = 2, .width = 20, .height = 20}, random);
+    const Image image({.channels = 2, .width = 20, .height = 20});
     kit::TileLog log;
     kit::Tiles tiles(image, 'A', 16, 16, log);
-    const Luts before(std::vector<Lut>(2, Lut({0, 100, 256}, {7, 7, 7})));
     log.failRequest = 3;
+    const Luts before(std::vector<Lut>(2, Lut({0, 100, 256}, {7, 7, 7})));
     Luts is = before;
     daxComputeHisto(tiles, is, nullptr);
     EXPECT_EQ(reports.take(), Lines{"-2 daxComputeHisto daxHist Error get tile to read"});
-    EXPECT_EQ(log.lines,
-              (Lines{"A read 0,0", "A release 0,0", "A read 1,0", "A release 1,0", "A read 0,1"}));
     expectCounts(is, before);
 }
 

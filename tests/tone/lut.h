@@ -2,7 +2,10 @@
 #ifndef TONE_LUT_H
 #define TONE_LUT_H
 
+#include "kit/platform.h"
+#include "kit/reports.h"
 #include "kit/shapes.h"
+#include "kit/tiles.h"
 
 #include <algorithm>
 #include <array>
@@ -12,12 +15,17 @@
 
 namespace tone {
 
+using kit::Image;
+using kit::Random;
+using kit::Shape;
+using Lines = std::vector<std::string>;
+
 struct Lut {
     Lut(std::vector<int32_t> keys, std::vector<int32_t> values)
         : key(std::move(keys)), value(std::move(values)), factor(key.size(), 0) {}
 
     // Intervals of any width, of none at all, and of one value each.
-    Lut(kit::Random& random, int32_t size) {
+    Lut(Random& random, int32_t size) {
         const int32_t num = random.chance(10) ? std::min(size, 300) + 1 : random.in(2, 12);
         if (num > 12) {
             for (int32_t i = 0; i < num; ++i) key.push_back(i);
@@ -36,7 +44,7 @@ struct Lut {
         interpolated = random.in(-1, 1);
     }
 
-    static int32_t anyNumber(kit::Random& random, int32_t size) {
+    static int32_t anyNumber(Random& random, int32_t size) {
         return random.chance(60) ? random.in(0, size)
                                  : random.oneOf({INT_MIN, -size, -1, 1, 2, 1 << 30, INT_MAX});
     }
@@ -54,7 +62,7 @@ struct Lut {
 
 // An array of them, as the functions take it.
 struct Luts {
-    Luts(kit::Random& random, int32_t count, int32_t size) {
+    Luts(Random& random, int32_t count, int32_t size) {
         for (int32_t k = 0; k < count; ++k) all.emplace_back(random, size);
     }
     explicit Luts(std::vector<Lut> some) : all(std::move(some)) {}
@@ -95,8 +103,8 @@ inline std::vector<int32_t> channelsOf(const DaxImage* image) {
 }
 
 // Any image in one of some depths, with rows as its fields say.
-inline kit::Shape anyShapeOf(kit::Random& random, std::initializer_list<int32_t> depths) {
-    kit::Shape shape = kit::anyShape(random);
+inline Shape anyShapeOf(Random& random, std::initializer_list<int32_t> depths) {
+    Shape shape = kit::anyShape(random);
     shape.depth = random.oneOf(depths);
     shape.slack = 0;
     if (shape.depth == DAX_DEPTH_1U) shape.channels = 1;

@@ -2,22 +2,14 @@
 
 #include "tone/lut.h"
 
-#include "kit/models.h"
-#include "kit/platform.h"
-#include "kit/reports.h"
-#include "kit/tiles.h"
-
 namespace {
 
-using kit::Image;
-using kit::Random;
-using kit::Shape;
-using Lines = std::vector<std::string>;
+using namespace tone;
 
 // Where a sample of the region lies: the region starts where the header's fields say, and its rows
 // go on by `widthStep`. Below 0 outside of the block.
 int64_t placeOf(const Image& image, int32_t x, int32_t y, int32_t channel) {
-    const DaxROI roi = tone::cutRegion(&image.header);
+    const DaxROI roi = cutRegion(&image.header);
     const int32_t first = roi.coi != 0 ? roi.coi : 1;
     const int64_t bytes = kit::bytesOf(image->depth);
     const int64_t derived = image.shape().rowStep();
@@ -32,10 +24,10 @@ int64_t placeOf(const Image& image, int32_t x, int32_t y, int32_t channel) {
 }
 
 void thresholdByModel(const Image& src, Image& dst, int32_t threshold) {
-    const std::vector<int32_t> from = tone::channelsOf(&src.header);
-    const std::vector<int32_t> to = tone::channelsOf(dst);
-    const DaxROI a = tone::cutRegion(&src.header);
-    const DaxROI d = tone::cutRegion(dst);
+    const std::vector<int32_t> from = channelsOf(&src.header);
+    const std::vector<int32_t> to = channelsOf(dst);
+    const DaxROI a = cutRegion(&src.header);
+    const DaxROI d = cutRegion(dst);
     const int32_t depth = src->depth;
     for (size_t c = 0; c < to.size(); ++c)
         for (int32_t y = 0; y < std::min(a.height, d.height); ++y)
