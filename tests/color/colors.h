@@ -1,4 +1,4 @@
-// What the tests of the colour operations share: images with a model, and tile sources that end.
+// What the tests of the colour operations share.
 #ifndef COLOR_COLORS_H
 #define COLOR_COLORS_H
 
@@ -12,6 +12,7 @@ namespace color {
 using kit::Image;
 using kit::Random;
 using kit::Shape;
+using Lines = std::vector<std::string>;
 
 inline void name(DaxImage* image, const std::string& model, const std::string& seq) {
     for (size_t i = 0; i < 4; ++i) {
@@ -19,13 +20,6 @@ inline void name(DaxImage* image, const std::string& model, const std::string& s
         image->channelSeq[i] = i < seq.size() ? seq[i] : 'x';
     }
 }
-
-// A tile source that has nothing beyond the image.
-class EndingTiles : public kit::Tiles {
-public:
-    EndingTiles(const Image& image, char theName, int32_t width, int32_t height,
-                kit::TileLog& theLog);
-};
 
 } // namespace color
 

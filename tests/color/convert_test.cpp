@@ -4,6 +4,7 @@
 #include "color/models.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
+#include "kit/shapes.h"
 
 #include <functional>
 #include <memory>
@@ -11,7 +12,6 @@
 namespace {
 
 using namespace color;
-using Lines = std::vector<std::string>;
 
 struct Conversion {
     Way way;
@@ -105,37 +105,28 @@ Pair anyPair(Random& random, const Conversion& conversion) {
 TEST(ColorModels, LikeThePlainModel) {
     kit::forEachIsa([] {
         for (const Conversion& conversion : conversions)
-            kit::forSeeds(60, [&](Random& random) {
+            kit::forSeeds(80, [&](Random& random) {
                 Pair is = anyPair(random, conversion);
-                Image expected = is.dst;
-                for (int32_t y = 0; y < is.src->height && y < is.dst->height; ++y)
-                    for (int32_t x = 0; x < is.src->width && x < is.dst->width; ++x)
+                const bool inPlace = random.chance(25);
+                Image& dst = inPlace ? is.src : is.dst;
+                const std::string letters(dst->channelSeq, 4);
+                Image expected = dst;
+                // Where the letters name no colour, pixels start with blue and planes with red.
+                const bool named = !inPlace || dst->dataOrder == DAX_DATA_PIXEL;
+                name(expected, conversion.to, named ? letters : "RGB");
+                for (int32_t y = 0; y < is.src->height && y < dst->height; ++y)
+                    for (int32_t x = 0; x < is.src->width && x < dst->width; ++x)
                         putPixel(
                             expected, x, y,
                             convert(conversion.way, is.src.shape().depth, pixelAt(is.src, x, y)));
-                const std::string fourth(is.dst->channelSeq + 3, 1);
-                conversion.function(is.src, is.dst, nullptr);
-                EXPECT_EQ(kit::byteDifference(is.dst, expected), "")
-                    << conversion.name << " " << is.src.shape().text();
-                EXPECT_EQ(std::string(is.dst->colorModel, 3), conversion.to);
-                EXPECT_EQ(std::string(is.dst->channelSeq, 4), conversion.to + fourth);
+                conversion.function(is.src, dst, nullptr);
+                EXPECT_EQ(kit::byteDifference(dst, expected), "")
+                    << conversion.name << " " << is.src.shape().text()
+                    << (inPlace ? " itself" : "");
+                EXPECT_EQ(std::string(dst->colorModel, 3), conversion.to);
+                EXPECT_EQ(std::string(dst->channelSeq, 4), conversion.to + letters.substr(3));
             });
     });
-}
-
-TEST(ColorModels, InPlace) {
-    for (const Conversion& conversion : conversions)
-        kit::forSeeds(20, [&](Random& random) {
-            Pair is = anyPair(random, conversion);
-            Image apart(is.src.shape());
-            name(apart, "RGB", std::string(is.src->channelSeq, 4));
-            conversion.function(is.src, apart, nullptr);
-            conversion.function(is.src, is.src, nullptr);
-            for (int32_t y = 0; y < apart->height; ++y)
-                for (int32_t x = 0; x < apart->width; ++x)
-                    for (int32_t c = 1; c <= 3; ++c)
-                        ASSERT_EQ(is.src.get(x, y, c), apart.get(x, y, c)) << conversion.name;
-        });
 }
 
 // Every colour of 8 bits, both ways.
@@ -161,22 +152,6 @@ TEST(ColorModels, AllColoursOfBytes) {
             }
             ASSERT_EQ(wrong, 0) << conversion.name << ", first channel " << part;
         }
-}
-
-TEST(ColorModels, NegativeSamplesAreDefined) {
-    for (const Conversion& conversion : conversions) {
-        Random random(3);
-        const Shape shape = {.depth = DAX_DEPTH_32S, .channels = 3, .width = 300, .height = 3};
-        Image src(shape, random);
-        Image first(shape);
-        Image second(shape);
-        for (Image* dst : {&first, &second}) {
-            name(src, conversion.from, conversion.from);
-            name(*dst, "RGB", "RGB");
-            conversion.function(src, *dst, nullptr);
-        }
-        EXPECT_EQ(kit::byteDifference(first, second), "");
-    }
 }
 
 TEST(ColorGray, LikeThePlainModel) {
@@ -231,7 +206,6 @@ TEST(ColorGray, Tinted) {
 }
 
 // Fractions that come to nothing give way to the usual ones; those beyond all integers do not.
-// integers, but they aren't small.
 TEST(ColorGray, TinyAndHugeFractions) {
     Image src({.depth = DAX_DEPTH_32S});
     Image dst({.depth = DAX_DEPTH_32S, .channels = 3});
@@ -257,96 +231,34 @@ TEST(ColorGray, WhiteIsNotQuiteWhite) {
     }
 }
 
-using Call = std::function<void(DaxImage* src, DaxImage* dst, const int32_t* tilePos)>;
-
-// Tiled images, whose size is no multiple of the tiles', give what plain ones give; tiles at the
-// edge are written whole, from the source's border.
+// Tiled images, whose size is no multiple of the tiles', give what plain ones give.
 TEST(ColorTiles, LikePlain) {
-    kit::forSeeds(40, [](Random& random) {
-        const bool gray = random.chance(50);
-        const Conversion& conversion = random.of(conversions);
-        Shape shape = anyColour(random, DAX_DEPTH_8U, random.in(0, 1), 3);
-        shape.slack = 0;
-        shape.width = random.in(1, 60);
-        shape.height = random.in(1, 40);
-        Image src(shape, random);
-        name(src, gray ? "RGB" : conversion.from, gray ? anySeq(random) : conversion.from);
-        daxSetBorderMode(src, DAX_BORDER_REPLICATE, DAX_SIDE_ALL, 0);
-        if (gray) shape.channels = 1, shape.depth = random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_1U});
-        Image dst(shape, random);
-        name(dst, "RGB", gray ? "any" : anySeq(random));
-        const Call call = [&](DaxImage* from, DaxImage* to, const int32_t* tilePos) {
-            gray ? daxColorToGray(from, to, tilePos) : conversion.function(from, to, tilePos);
+    kit::forSeeds(60, [](Random& random) {
+        const int32_t kind = random.in(0, 5); // 4: to gray, 5: from gray
+        const Conversion& conversion = conversions[kind % 4];
+        Shape colour = anyColour(random, DAX_DEPTH_8U, random.in(0, 1), 3);
+        colour.slack = 0;
+        colour.width = random.in(1, 60);
+        colour.height = random.in(1, 40);
+        Shape gray = colour;
+        gray.channels = 1;
+        gray.depth = random.oneOf({DAX_DEPTH_8U, DAX_DEPTH_1U});
+        std::vector<Image> images =
+            filledImages(random, {kind == 5 ? gray : colour, kind == 4 ? gray : colour});
+        name(images[0], kind < 4 ? conversion.from : "RGB", kind < 4 ? conversion.from : "BGR");
+        name(images[1], "RGB", kind < 4 ? "RGB" : anySeq(random));
+        daxSetBorderMode(images[0], DAX_BORDER_REPLICATE, DAX_SIDE_ALL, 0);
+        const kit::Operation call = [&](const std::vector<DaxImage*>& is) {
+            if (kind == 4) return daxColorToGray(is[0], is[1], nullptr);
+            if (kind == 5) return daxGrayToColor(is[0], is[1], 1.0F, 0.5F, 0.25F, nullptr);
+            conversion.function(is[0], is[1], nullptr);
         };
-        Image expected = dst;
-        call(src, expected, nullptr);
-        for (int32_t set = 1; set < 4; ++set) {
-            kit::TileLog log;
-            Image plainDst = dst;
-            EndingTiles a(src, 'A', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
-            EndingTiles d(dst, 'D', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
-            call(set & 1 ? a : static_cast<DaxImage*>(src),
-                 set & 2 ? d : static_cast<DaxImage*>(plainDst), nullptr);
-            EXPECT_EQ(kit::pixelDifference(set & 2 ? d.gathered() : plainDst, expected), "")
-                << "mask " << set << " " << src.shape().text();
-            if (set == 2 && !gray && conversion.way == Way::rgbToHsv) {
-                const int32_t right = (shape.width - 1) / d.info.width;
-                EXPECT_EQ(d.tile(right, 0).get(d.info.width - 1, 0, 3),
-                          expected.get(shape.width - 1, 0, 3));
-            }
-        }
+        kit::expectTiledLikePlain(random, images, call, {}, true);
     });
-}
-
-Lines requestsOf(int32_t width, int32_t height, const int32_t* tilePos, kit::TileLog& log) {
-    Image plain({.channels = 3, .width = width, .height = height});
-    name(plain, "RGB", "RGB");
-    Image shape({.channels = 3, .width = width, .height = height});
-    EndingTiles dst(shape, 'D', 8, 8, log);
-    daxRGB2HSV(plain, dst, tilePos);
-    return log.lines;
-}
-
-TEST(ColorTiles, WalkGoesOnUntilNothingComesTwice) {
-    kit::Reports reports;
-    kit::TileLog log;
-    EXPECT_EQ(requestsOf(16, 9, nullptr, log),
-              (Lines{"D write 0,0", "D release 0,0", "D write 1,0", "D release 1,0", "D write 0,1",
-                     "D release 0,1", "D write 1,1", "D release 1,1"}));
-    const int32_t one[2] = {1, 1};
-    kit::TileLog alone;
-    EXPECT_EQ(requestsOf(16, 9, one, alone), (Lines{"D write 1,1", "D release 1,1"}));
-    // A null in the middle ends a row, and a second one the walk.
-    kit::TileLog gap;
-    gap.failRequest = 2;
-    EXPECT_EQ(requestsOf(24, 16, nullptr, gap),
-              (Lines{"D write 0,0", "D release 0,0", "D write 1,0", "D write 0,1", "D release 0,1",
-                     "D write 1,1", "D release 1,1", "D write 2,1", "D release 2,1"}));
-    EXPECT_EQ(reports.take(), Lines{});
-}
-
-TEST(ColorTiles, ASourceThatCantBeHad) {
-    kit::Reports reports;
-    const Shape shape = {.channels = 3, .width = 12, .height = 12};
-    Random random(1);
-    const int32_t requests = kit::forEachFailedRequest([&](kit::StandIn& platform) {
-        Image src(shape, random);
-        Image dst(shape, random);
-        name(src, "RGB", "RGB");
-        kit::TileLog log;
-        EndingTiles tiles(dst, 'D', 8, 8, log);
-        daxRGB2HSV(src, tiles, nullptr);
-        EXPECT_FALSE(tiles.holds());
-        const bool failed = platform.requests >= platform.failRequest;
-        EXPECT_EQ(reports.take(), failed ? Lines{"-4 daxRGB2HSV owncolor out_of_memory"} : Lines{});
-        EXPECT_EQ(std::string(tiles.header.colorModel, 3),
-                  failed ? std::string(dst->colorModel, 3) : "HSV");
-    });
-    EXPECT_GE(requests, 3); // each tile over the edge
 }
 
 struct Op {
-    Call call;
+    std::function<void(DaxImage* src, DaxImage* dst, const int32_t* tilePos)> call;
     std::string name;
     std::string model;
     std::string kernel;
@@ -412,25 +324,25 @@ TEST(ColorChecks, EachFunction) {
     }
 }
 
-// A channel of interest makes images compatible that don't have the channels: nothing happens.
+// A channel of interest makes images compatible that don't have the channels, and letters may name
+// none: nothing happens.
 TEST(ColorChecks, ImagesWithoutTheChannels) {
     kit::Reports reports;
     for (const int32_t order : {DAX_DATA_PIXEL, DAX_DATA_PLANE}) {
-        Image src(
-            {.channels = 3, .width = 4, .height = 2, .order = order, .roi = DaxROI{2, 0, 0, 2, 4}});
-        Image dst({.channels = 1, .width = 4, .height = 2, .order = order});
+        const Shape shape = {.channels = 3, .width = 4, .height = 2, .order = order};
+        Image src(shape);
+        src->roi = &src.roi;
+        src.roi = {2, 0, 0, 2, 4};
+        Image dst({.width = 4, .height = 2, .order = order});
         name(src, "RGB", "RGB");
         name(dst, "any", "any");
         const std::vector<uint8_t> before = dst.bytes();
         daxRGB2HSV(src, dst, nullptr);
         EXPECT_EQ(dst.bytes(), before);
         EXPECT_EQ(std::string(dst->colorModel, 3), "any");
+        name(src, "RGBA", "ARGB");
+        daxColorToGray(src, dst, nullptr);
     }
-    Image narrow(
-        {.depth = DAX_DEPTH_8U, .channels = 3, .width = 4, .height = 2, .order = DAX_DATA_PLANE});
-    Image gray({.width = 4, .height = 2});
-    name(narrow, "RGBA", "ARGB");
-    daxColorToGray(narrow, gray, nullptr);
     EXPECT_EQ(reports.take(), Lines{});
 }
 

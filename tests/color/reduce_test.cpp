@@ -11,7 +11,6 @@
 namespace {
 
 using namespace color;
-using Lines = std::vector<std::string>;
 
 struct DepthPair {
     int32_t src;
@@ -240,8 +239,9 @@ TEST(ColorReduce, Tiled) {
         const bool srcTiled = random.chance(50);
         const DaxImage& whole = images.dst.header;
         kit::TileLog log;
-        EndingTiles a(images.src, 'A', 8, 16, log);
-        EndingTiles d(images.dst, 'D', side, side, log);
+        kit::Tiles a(images.src, 'A', 8, 16, log);
+        kit::Tiles d(images.dst, 'D', side, side, log);
+        d.ends = true;
         daxSetBorderMode(a, DAX_BORDER_REPLICATE, DAX_SIDE_ALL, 0);
         daxSetBorderMode(images.src, DAX_BORDER_REPLICATE, DAX_SIDE_ALL, 0);
         Image changed = images.src;

@@ -11,7 +11,6 @@
 namespace {
 
 using namespace color;
-using Lines = std::vector<std::string>;
 using Values = std::array<int64_t, 3>;
 
 int64_t limited(int64_t value, int64_t low, int64_t high) {
@@ -187,33 +186,6 @@ TEST(ColorTwist, InPlaceAndTiled) {
 }
 
 constexpr DaxColorTwist identity = {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 5, 5, 5}, 0};
-
-TEST(ColorTwist, WalkHoldsTilesAsLongAsItCan) {
-    kit::Reports reports;
-    Random random(1);
-    Image src({.channels = 3, .width = 20, .height = 10}, random);
-    Image dst({.channels = 3, .width = 20, .height = 10, .roi = DaxROI{0, 4, 0, 10, 16}});
-    kit::TileLog log;
-    kit::Tiles a(src, 'A', 16, 16, log);
-    kit::Tiles d(dst, 'D', 8, 8, log);
-    daxApplyColorTwist(a, d, &identity, 0, nullptr);
-    EXPECT_EQ(log.lines,
-              (Lines{"D write 0,0", "A read 0,0", "D release 0,0", "D write 1,0", "D release 1,0",
-                     "D write 2,0", "D release 2,0", "D write 0,1", "D release 0,1", "D write 1,1",
-                     "D release 1,1", "D write 2,1", "D release 2,1", "A release 0,0"}));
-    for (const int32_t fail : {1, 2, 3}) {
-        kit::TileLog failing;
-        failing.failRequest = fail;
-        kit::Tiles b(src, 'A', 16, 16, failing);
-        kit::Tiles e(dst, 'D', 8, 8, failing);
-        daxApplyColorTwist(b, e, &identity, 0, nullptr);
-        EXPECT_EQ(reports.take(),
-                  Lines{std::string("-5 daxApplyColorTwist daxtwist (") +
-                        (fail == 2 ? "src" : "dst") + "Image->tileInfo->tileData == NULL)"});
-        EXPECT_EQ(failing.requests, fail);
-        EXPECT_EQ(failing.releases, fail == 3 ? 1 : 0);
-    }
-}
 
 TEST(ColorTwist, MappedTile) {
     kit::Reports reports;

@@ -111,7 +111,8 @@ void Tiles::serve(const DaxImage* image, int32_t col, int32_t row, int32_t mode)
 }
 
 void expectTiledLikePlain(Random& random, const std::vector<Image>& images,
-                          const Operation& operation, const std::vector<uint32_t>& except) {
+                          const Operation& operation, const std::vector<uint32_t>& except,
+                          bool ends) {
     std::vector<Image> plain = images;
     operation({plain.begin(), plain.end()});
     for (uint32_t set = 1; set < 1u << images.size(); ++set) {
@@ -122,9 +123,11 @@ void expectTiledLikePlain(Random& random, const std::vector<Image>& images,
         std::vector<std::unique_ptr<Tiles>> tiled(images.size());
         std::vector<DaxImage*> arguments;
         for (size_t i = 0; i < images.size(); ++i) {
-            if ((set >> i & 1) != 0)
+            if ((set >> i & 1) != 0) {
                 tiled[i] = std::make_unique<Tiles>(images[i], static_cast<char>('A' + i),
                                                    random.in(1, 3) * 8, random.in(1, 3) * 8, log);
+                tiled[i]->ends = ends;
+            }
             arguments.push_back(tiled[i] != nullptr ? *tiled[i]
                                                     : static_cast<DaxImage*>(copies[i]));
         }

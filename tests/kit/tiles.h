@@ -76,10 +76,12 @@ private:
 
 // Runs an operation on plain clones of the images, then once for each set of them that can be
 // tiled, on tiled copies with tiles of random size, and compares all pixels of all images. A set is
-// a mask with bit i for image i; the sets in `except` are left out.
+// a mask with bit i for image i; the sets in `except` are left out. `ends`: outside of an image
+// there are no tiles.
 using Operation = std::function<void(const std::vector<DaxImage*>&)>;
 void expectTiledLikePlain(Random& random, const std::vector<Image>& images,
-                          const Operation& operation, const std::vector<uint32_t>& except = {});
+                          const Operation& operation, const std::vector<uint32_t>& except = {},
+                          bool ends = false);
 
 } // namespace kit
 

@@ -1,7 +1,6 @@
 #include "fourier_model.h"
 
 #include "kit/image.h"
-#include "kit/platform.h"
 #include "kit/random.h"
 #include "kit/reports.h"
 
@@ -272,33 +271,6 @@ TEST(Dct, RefusesImagesThatDontFit) {
     daxSetErrStatus(DAX_StatusNoError);
     EXPECT_EQ(dst.bytes(), before.bytes());
     EXPECT_THAT(reports.take(), ElementsAre());
-}
-
-TEST(Dct, WithoutMemoryNothingIsDone) {
-    kit::Reports reports;
-    Random random(2);
-    for (const int32_t width : {16, 15, 37}) {
-        const Shape shape = {.depth = DAX_DEPTH_16S, .width = width, .height = 32};
-        Image src(shape, random);
-        Image whole(shape);
-        daxDCT2D(src, whole, DAX_DCT_FORWARD);
-        daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
-        kit::StandIn platform;
-        for (int32_t fail = 1;; ++fail) {
-            Image dst(shape);
-            platform.requests = 0;
-            platform.failRequest = fail;
-            daxDCT2D(src, dst, DAX_DCT_FORWARD);
-            const bool failed = platform.requests >= fail;
-            daxDCT2D(nullptr, nullptr, DAX_DCT_FREE);
-            EXPECT_EQ(platform.live(), 0U) << "request " << fail;
-            if (!failed) {
-                EXPECT_EQ(dst.bytes(), whole.bytes());
-                break;
-            }
-        }
-        EXPECT_THAT(reports.take(), ElementsAre());
-    }
 }
 
 } // namespace
