@@ -267,20 +267,6 @@ TEST(Data, RegionsAndTileDescriptorsTakeAnything) {
     EXPECT_EQ(platform.live(), 0u);
 }
 
-TEST(Data, EachRequestFailing) {
-    const int32_t requests = kit::forEachFailedRequest([](StandIn&) {
-        DaxROI* roi = daxCreateROI(0, 0, 0, 1, 1);
-        DaxTileInfo* tiles = daxCreateTileInfo(noTiles, 0, 8, 8);
-        DaxImage* image =
-            daxCreateImageHeader(1, 0, 8, "GRAY", "GRAY", 0, 0, 4, 4, 4, roi, 0, tiles);
-        daxAllocateImage(image, 0);
-        if (image != nullptr) return daxDeallocate(image, DAX_IMAGE_ALL);
-        daxDeleteROI(roi);
-        daxDeleteTileInfo(tiles);
-    });
-    EXPECT_EQ(requests, 4);
-}
-
 // The header check and its texts, in the order in which the texts stand in a report.
 const struct {
     int32_t bit;

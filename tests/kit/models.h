@@ -6,7 +6,6 @@
 
 #include <array>
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace kit {
@@ -24,18 +23,6 @@ std::vector<Visit> visitsOf(const std::vector<const DaxImage*>& images);
 // argument is 0.
 using SampleFunction = std::function<int64_t(int64_t a, int64_t b)>;
 void combineByModel(const std::vector<DaxImage*>& images, const SampleFunction& function);
-
-// What a tile walk over two or three images named A, B and D (A and D) does: the requests and
-// releases as a TileLog has them, and a line for every piece, by `pieceLine`; or the text of the
-// report with which `tilePos` is rejected.
-struct TileWalk {
-    std::string rejection;
-    std::vector<std::string> lines;
-};
-TileWalk tileWalkOf(const std::vector<const DaxImage*>& images, const int32_t* tilePos);
-
-// The piece as the worker sees it: each image's region in its shadow header.
-std::string pieceLine(const std::vector<DaxROI>& regions);
 
 } // namespace kit
 
