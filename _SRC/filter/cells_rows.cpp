@@ -27,6 +27,7 @@ constexpr OwnCellTable table = {
     expandBits,
     widen<uint8_t, 0, int16_t>,
     widen<int8_t, 0, int16_t>,
+    widen<uint8_t, 128, uint8_t>,
     widen<uint16_t, 32768, int16_t>,
     widen<int16_t, 0, int16_t>,
     widen<int32_t, 0, double>,

@@ -11,12 +11,9 @@
 
 namespace {
 
-// So many rows are read before the first one is written, and by rows of the cache that are so many
-// goes what a sum does at the limits of 16 bits.
+// Where what is written may be read, so many rows are read before the first of them is written; and
+// by rows that are so many goes what a sum does at the limits of 16 bits.
 constexpr ptrdiff_t rowsOfBatch = 65;
-
-// Where neither matters: a cache that stays in the innermost one of the processor.
-constexpr ptrdiff_t bytesOfSmallBatch = 16384;
 
 ptrdiff_t larger(ptrdiff_t a, ptrdiff_t b) { return a > b ? a : b; }
 ptrdiff_t smaller(ptrdiff_t a, ptrdiff_t b) { return a < b ? a : b; }
@@ -50,49 +47,58 @@ bool staysNarrow(const DaxConvKernel& kernel, const Range& cell) {
     return least >= INT16_MIN && most <= INT16_MAX;
 }
 
-// Whether that is so for all kernels, and on cells that are bytes without a sign.
+// Whether that is so for all kernels, so that cells can be bytes. Those with a sign are moved up by
+// 128, which sums that fit can make up for.
 bool staysInBytes(const OwnConvolution& convolution, const DaxImage* srcImage, int32_t dstDepth) {
-    bool stays = dstDepth == DAX_DEPTH_1U || dstDepth == DAX_DEPTH_8U;
+    bool stays = ownDepthBits(dstDepth) <= 8;
     const Range cell = byteRange(srcImage, dstDepth);
     for (int32_t k = 0; k < convolution.count; ++k)
         stays = stays && staysNarrow(*convolution.kernels[k], cell);
     return stays;
 }
 
-// The rows that are read at a time. Those of a few are kept for the next ones, so it takes some
-// more to be worth it.
-ptrdiff_t batchOf(const OwnPlace& src, const OwnPlace& dst, ptrdiff_t windowRows,
-                  ptrdiff_t rowBytes) {
-    if (ownSampleBytes(dst.image->depth) < 2 || ownMayOverlap(src.image, dst.image))
-        return rowsOfBatch;
-    const ptrdiff_t least = larger(16, 3 * windowRows);
-    return smaller(larger(bytesOfSmallBatch / rowBytes - windowRows, least), rowsOfBatch);
+// How many samples of a pixel can be worked side by side: all or one. Where what is written may be
+// read, a channel comes after the other.
+int32_t samplesTogether(const OwnPlace& src, const OwnPlace& dst, bool bytes) {
+    const DaxImage* from = src.image;
+    const DaxImage* to = dst.image;
+    const bool alike = from->dataOrder == DAX_DATA_PIXEL && to->dataOrder == DAX_DATA_PIXEL &&
+                       from->nChannels == to->nChannels &&
+                       ownSampleBytes(from->depth) == ownSampleBytes(to->depth);
+    const bool anywhere = bytes ? from->depth != DAX_DEPTH_1U : ownDepthBits(to->depth) > 8;
+    return alike && anywhere && !ownMayOverlap(from, to) ? to->nChannels : 1;
 }
+
+constexpr ptrdiff_t cacheLine = 64;
 
 // One kernel made ready for the rows of a piece.
 struct Ready {
     const OwnTap* taps;
     ptrdiff_t tapCount;
     int32_t start; // of sums of biased cells
-    int32_t shift;
-    bool narrow;
+    uint32_t shift;
 };
 
-// One channel of one piece at a time: rows of cells, a batch after the other, and a row of sums.
+// One piece, a channel or all of them at a time. A ring of rows of cells has those of the window
+// and those that are read ahead.
 class Piece {
 public:
     Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to, ptrdiff_t rows,
           ptrdiff_t columns);
 
-    bool ready() const { return cache && samples && sums && merged && taps && kernels && stored; }
-    void convolve(int32_t channel);
+    void convolve(int32_t channels);
 
 private:
+    bool ready() const {
+        return ring && window && samples && sums && merged && taps && kernels && stored;
+    }
     ptrdiff_t tapTotal() const;
     void prepare(const DaxConvKernel& kernel, OwnTap* room, Ready* to) const;
-    void fetch(const OwnSourceRows& source, ptrdiff_t row, ptrdiff_t cacheRow);
-    void sum(const Ready& kernel, ptrdiff_t cacheRow);
-    void convolveRow(ptrdiff_t cacheRow, char* dst, ptrdiff_t dstStep);
+    char* slot(ptrdiff_t row) const { return cells + row % rowsOfRing * rowStep; }
+    void fetch(const OwnSourceRows& source, ptrdiff_t row);
+    void sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t count);
+    void convolveRow(ptrdiff_t row, char* to);
+    void convolveChannel(int32_t channel);
 
     const OwnConvolution& convolution;
     const OwnPlace src;
@@ -100,15 +106,23 @@ private:
     const ptrdiff_t height;
     const ptrdiff_t width;
     const int32_t depth;
-    const bool bytes; // cells are bytes
+    const bool bytes;         // cells are bytes
+    const ptrdiff_t together; // samples of a pixel that are worked side by side
+    const ptrdiff_t samplesOfRow;
+    const ptrdiff_t single; // of them, those of the last pixel of an odd number
     const ptrdiff_t cellBytes;
     const ptrdiff_t windowRows;
-    const ptrdiff_t pitch; // cells of a row
-    const ptrdiff_t rowsAtOnce;
+    const ptrdiff_t windowColumns; // of a whole row
+    const ptrdiff_t pitch;         // cells of a row
+    const ptrdiff_t rowStep;       // bytes
+    const ptrdiff_t rowsAhead;
+    const ptrdiff_t rowsOfRing;
     const OwnTapTable& tapSums;
-    const OwnCellTable& cells;
     const OwnMergeRows& merging;
-    OwnBuffer<char> cache;
+    OwnTapTable::Store storePass; // null if there is none
+    OwnBuffer<char> ring;
+    char* cells; // of its first row
+    OwnBuffer<const char*> window;
     OwnBuffer<char> samples;
     OwnBuffer<double> sums;
     OwnBuffer<double> merged;
@@ -120,24 +134,33 @@ private:
 Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to, ptrdiff_t rows,
              ptrdiff_t columns)
     : convolution(all), src(from), dst(to), height(rows), width(columns), depth(to.image->depth),
-      bytes(staysInBytes(all, from.image, depth)),
+      bytes(staysInBytes(all, from.image, depth)), together(samplesTogether(from, to, bytes)),
+      samplesOfRow(columns * together), single((columns & 1) * together),
       cellBytes(bytes                    ? sizeof(uint8_t)
                 : depth == DAX_DEPTH_32S ? sizeof(double)
                                          : sizeof(int16_t)),
-      windowRows(all.above + all.below), pitch(all.left + columns + all.right - 1),
-      rowsAtOnce(smaller(height, batchOf(src, dst, windowRows, pitch * cellBytes))),
-      tapSums(ownRows<OwnTaps>()), cells(ownRows<OwnCells>()),
+      windowRows(all.above + all.below), windowColumns(all.left + columns + all.right - 1),
+      pitch(windowColumns * together),
+      rowStep((pitch * cellBytes + ownBytesPastTaps + cacheLine - 1) & ~(cacheLine - 1)),
+      rowsAhead(ownMayOverlap(from.image, to.image) ? smaller(rows, rowsOfBatch) : 1),
+      rowsOfRing(windowRows - 1 + rowsAhead), tapSums(ownRows<OwnTaps>()),
       merging(depth == DAX_DEPTH_1U ? ownRows<OwnMerge>().bits
                                     : ownRows<OwnMerge>().byDepth[ownDepthIndex(depth)]),
-      cache(((windowRows - 1 + rowsAtOnce) * pitch + 1) * cellBytes),
-      samples(pitch * larger(ownSampleBytes(src.image->depth), ownSampleBytes(depth))), sums(width),
-      merged(width), stored(width * ownSampleBytes(depth)), taps(tapTotal()), kernels(all.count) {
+      storePass(nullptr), ring(rowsOfRing * rowStep + cacheLine), cells(nullptr),
+      window(windowRows),
+      samples(pitch * larger(ownSampleBytes(src.image->depth), ownSampleBytes(depth))),
+      sums(samplesOfRow), merged(samplesOfRow), stored(samplesOfRow * ownSampleBytes(depth)),
+      taps(tapTotal()), kernels(all.count) {
     if (!ready()) return;
+    cells = ring.get() + (-reinterpret_cast<uintptr_t>(ring.get()) & (cacheLine - 1));
     OwnTap* room = taps.get();
     for (int32_t k = 0; k < all.count; ++k) {
         prepare(*all.kernels[k], room, &kernels[k]);
         room += kernels[k].tapCount;
     }
+    const bool fits = kernels[0].tapCount <= ownMostTapsStored && depth != DAX_DEPTH_1U;
+    if (fits && (bytes || ownDepthBits(depth) == 16))
+        storePass = tapSums.stored[ownDepthIndex(depth)];
 }
 
 ptrdiff_t Piece::tapTotal() const {
@@ -148,38 +171,45 @@ ptrdiff_t Piece::tapTotal() const {
 }
 
 void Piece::prepare(const DaxConvKernel& kernel, OwnTap* room, Ready* to) const {
-    *to = {room, 0, 0, kernel.nShiftR, false};
+    *to = {room, 0, 0, static_cast<uint32_t>(kernel.nShiftR)};
     uint32_t total = 0;
     for (ptrdiff_t row = 0; row < kernel.nRows; ++row) {
         for (ptrdiff_t col = 0; col < kernel.nCols; ++col) {
             const int32_t coef = kernel.values[row * kernel.nCols + col];
             if (coef == 0) continue;
-            const ptrdiff_t offset = (convolution.above - kernel.anchorY + row) * pitch +
-                                     convolution.left - kernel.anchorX + col;
-            room[to->tapCount++] = {offset, coef};
+            room[to->tapCount++] = {convolution.above - kernel.anchorY + row,
+                                    (convolution.left - kernel.anchorX + col) * together, coef};
             total += static_cast<uint32_t>(coef);
         }
     }
     if (depth == DAX_DEPTH_16U) to->start = static_cast<int32_t>(total * 32768);
-    to->narrow = staysNarrow(kernel, byteRange(src.image, depth));
+    if (depth == DAX_DEPTH_8S) to->start = static_cast<int32_t>(total * -128u);
 }
 
-// A row of the window's place, into a row of the cache.
-void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row, ptrdiff_t cacheRow) {
+// A row of the window's place, into the ring.
+void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row) {
+    const OwnCellTable& table = ownRows<OwnCells>();
+    char* const to = slot(row);
+    const bool asItIs = bytes && depth != DAX_DEPTH_8S;
     const char* from = source.fetch(src.x - convolution.left, src.y - convolution.above + row,
-                                    pitch, samples.get());
-    char* to = cache.get() + cacheRow * pitch * cellBytes;
-    if (bytes) {
-        ownCopyRow(from, to, pitch);
-        return;
-    }
+                                    windowColumns, asItIs ? to : samples.get());
     auto* narrow = reinterpret_cast<int16_t*>(to);
     switch (depth) {
-    case DAX_DEPTH_8S: cells.fromSignedBytes(from, narrow, pitch); return;
-    case DAX_DEPTH_16U: cells.fromWords(from, narrow, pitch); return;
-    case DAX_DEPTH_16S: cells.fromSignedWords(from, narrow, pitch); return;
+    case DAX_DEPTH_8S:
+        if (bytes)
+            table.raiseBytes(from, reinterpret_cast<uint8_t*>(to), pitch);
+        else
+            table.fromSignedBytes(from, narrow, pitch);
+        return;
+    case DAX_DEPTH_16U: table.fromWords(from, narrow, pitch); return;
+    case DAX_DEPTH_16S: table.fromSignedWords(from, narrow, pitch); return;
     case DAX_DEPTH_32S: break;
-    default: cells.fromBytes(from, narrow, pitch); return;
+    default:
+        if (!bytes)
+            table.fromBytes(from, narrow, pitch);
+        else if (from != to)
+            ownCopyRow(from, to, pitch);
+        return;
     }
     // Samples of 16 bits aren't widened: two make a cell, and where there are none it is 0.
     const ptrdiff_t size = pitch * source.sampleBytes;
@@ -188,91 +218,92 @@ void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row, ptrdiff_t cacheRow
         memset(samples.get() + size, 0, static_cast<size_t>(pitch * 4 - size));
         from = samples.get();
     }
-    cells.toFloats(from, reinterpret_cast<double*>(to), pitch);
+    table.toFloats(from, reinterpret_cast<double*>(to), pitch);
 }
 
-void Piece::sum(const Ready& kernel, ptrdiff_t cacheRow) {
-    const ptrdiff_t first = cacheRow * pitch;
-    const char* at = cache.get() + first * cellBytes;
-    const auto* narrow = reinterpret_cast<const int16_t*>(at);
-    auto* narrowSums = reinterpret_cast<int16_t*>(sums.get());
-    switch (depth) {
-    case DAX_DEPTH_16U:
-    case DAX_DEPTH_16S:
-        tapSums.wide(narrow, kernel.taps, kernel.tapCount, kernel.start,
-                     reinterpret_cast<int32_t*>(sums.get()), width);
-        break;
-    case DAX_DEPTH_32S:
-        tapSums.floats(reinterpret_cast<const double*>(at), kernel.taps, kernel.tapCount,
-                       sums.get(), width);
-        break;
-    default:
-        if (bytes)
-            tapSums.bytes(reinterpret_cast<const uint8_t*>(at), kernel.taps, kernel.tapCount,
-                          narrowSums, width);
-        else if (kernel.narrow)
-            tapSums.narrow(narrow, kernel.taps, kernel.tapCount, narrowSums, width);
-        else
-            tapSums.held(narrow, static_cast<int32_t>(first & 7), kernel.taps, kernel.tapCount,
-                         narrowSums, width);
-        break;
-    }
+// `count` sums, from one on.
+void Piece::sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t count) {
+    const OwnWindow at = {window.get(), from, kernel.taps, kernel.tapCount};
+    auto* narrow = reinterpret_cast<int16_t*>(sums.get());
+    if (ownDepthBits(depth) == 16)
+        tapSums.wide(at, kernel.start, reinterpret_cast<int32_t*>(sums.get()), count);
+    else if (depth == DAX_DEPTH_32S)
+        tapSums.floats(at, sums.get(), count);
+    else if (bytes)
+        tapSums.bytes(at, kernel.start, narrow, count);
+    else
+        tapSums.held(at, row % rowsOfBatch * pitch, pitch, narrow, count);
 }
 
-void Piece::convolveRow(ptrdiff_t cacheRow, char* to, ptrdiff_t dstStep) {
+// A row, as samples side by side.
+void Piece::convolveRow(ptrdiff_t row, char* to) {
     const int32_t method = convolution.method;
     const bool squares =
         method == DAX_COMBINE_SUM_SQUARES || method == DAX_COMBINE_ROOT_SUM_SQUARES;
     const bool alone = convolution.count == 1 && !squares;
-    const bool shiftsLate = alone && kernels[0].shift != 0 && merging.storeShifted != nullptr;
+    const ptrdiff_t bit = depth == DAX_DEPTH_1U ? dst.x : 0;
+    ptrdiff_t done = 0;
+    if (alone && storePass != nullptr) {
+        const Ready& kernel = kernels[0];
+        done = kernel.shift != 0 ? samplesOfRow - single : samplesOfRow;
+        storePass({window.get(), 0, kernel.taps, kernel.tapCount}, kernel.start, kernel.shift, to,
+                  done);
+    }
+    if (done == samplesOfRow) return;
+    const ptrdiff_t count = samplesOfRow - done;
     for (int32_t k = convolution.count - 1; k >= 0; --k) {
+        const Ready& kernel = kernels[k];
         const bool first = k == convolution.count - 1;
-        sum(kernels[k], cacheRow);
-        if (kernels[k].shift != 0 && !shiftsLate) {
+        sum(kernel, row, done, count);
+        if (kernel.shift != 0) {
             const OwnShiftForm form = squares                     ? OwnShiftForm::inPlace
                                       : first                     ? OwnShiftForm::store
                                       : method == DAX_COMBINE_SUM ? OwnShiftForm::add
                                                                   : OwnShiftForm::inPlace;
-            merging.shift(sums.get(), width, static_cast<uint32_t>(kernels[k].shift), form);
+            merging.shift(sums.get(), count - single, single, kernel.shift, form);
         }
-        if (!alone) merging.merge(sums.get(), merged.get(), width, method, first);
+        if (!alone) merging.merge(sums.get(), merged.get(), count, method, first);
     }
-    if (method == DAX_COMBINE_ROOT_SUM_SQUARES) merging.root(merged.get(), width);
-    const ptrdiff_t sample = ownSampleBytes(depth);
-    const bool direct = dstStep == sample;
-    char* samplesAt = direct ? to : stored.get();
-    const ptrdiff_t bit = depth == DAX_DEPTH_1U ? dst.x : 0;
-    if (shiftsLate)
-        merging.storeShifted(sums.get(), samplesAt, width, static_cast<uint32_t>(kernels[0].shift));
-    else if (alone)
-        merging.storeSums(sums.get(), samplesAt, bit, width);
+    if (method == DAX_COMBINE_ROOT_SUM_SQUARES) merging.root(merged.get(), count);
+    to += done * ownSampleBytes(depth);
+    if (alone)
+        merging.storeSums(sums.get(), to, bit, count);
     else
-        merging.storeMerged(merged.get(), samplesAt, bit, width);
-    if (!direct) ownStridedMovers(sample).copy(samplesAt, sample, to, dstStep, width);
+        merging.storeMerged(merged.get(), to, bit, count);
 }
 
-void Piece::convolve(int32_t channel) {
+void Piece::convolveChannel(int32_t channel) {
     const OwnSourceRows source(src.image, channel, 0xFF);
     const DaxImage* image = dst.image;
     const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
     const ptrdiff_t sample = ownSampleBytes(depth);
     const ptrdiff_t step = pixels ? sample * image->nChannels : sample;
     const ptrdiff_t plane = pixels ? sample : ptrdiff_t{image->widthStep} * image->height;
+    const bool spares = together > 1 && image->alphaChannel != 0;
+    const bool direct = step == sample * together && !spares;
     char* to = static_cast<char*>(image->imageData) + dst.y * image->widthStep +
-               (channel - 1) * plane + (depth == DAX_DEPTH_1U ? 0 : dst.x * step);
+               (channel > 0 ? channel - 1 : 0) * plane + (depth == DAX_DEPTH_1U ? 0 : dst.x * step);
     ptrdiff_t fetched = 0; // rows of the window's place
-    ptrdiff_t kept = 0;    // rows of the cache
-    for (ptrdiff_t done = 0; done < height; done += rowsAtOnce) {
-        const ptrdiff_t batch = smaller(height - done, rowsAtOnce);
-        for (; kept < windowRows - 1 + batch; ++kept) fetch(source, fetched++, kept);
-        for (ptrdiff_t row = 0; row < batch; ++row) {
-            convolveRow(row, to, step);
-            to += image->widthStep;
-        }
-        kept = windowRows - 1;
-        memmove(cache.get(), cache.get() + batch * pitch * cellBytes,
-                static_cast<size_t>(kept * pitch * cellBytes));
+    for (ptrdiff_t row = 0; row < height; ++row) {
+        if (row % rowsAhead == 0)
+            for (; fetched < smaller(row + rowsAhead, height) + windowRows - 1; ++fetched)
+                fetch(source, fetched);
+        for (ptrdiff_t k = 0; k < windowRows; ++k) window[k] = slot(row + k);
+        convolveRow(row, direct ? to : stored.get());
+        if (!direct)
+            for (ptrdiff_t k = 0; k < together - (spares ? 1 : 0); ++k)
+                ownStridedMovers(sample).copy(stored.get() + k * sample, sample * together,
+                                              to + k * sample, step, width);
+        to += image->widthStep;
     }
+}
+
+void Piece::convolve(int32_t channels) {
+    if (!ready()) return;
+    if (together > 1)
+        convolveChannel(0);
+    else
+        for (int32_t channel = 1; channel <= channels; ++channel) convolveChannel(channel);
 }
 
 } // namespace
@@ -308,7 +339,6 @@ bool ownConvolve(const OwnConvolution& convolution, const OwnPlace& src, const O
     const int32_t channels = channelsOf(src.image);
     if (channels != channelsOf(dst.image)) return false;
     Piece piece(convolution, src, dst, height, width);
-    if (!piece.ready()) return true;
-    for (int32_t channel = 1; channel <= channels; ++channel) piece.convolve(channel);
+    piece.convolve(channels);
     return true;
 }

@@ -37,21 +37,21 @@ bool ownConvolves(int32_t srcDepth, int32_t dstDepth);
 bool ownConvolve(const OwnConvolution& convolution, const OwnPlace& src, const OwnPlace& dst,
                  ptrdiff_t height, ptrdiff_t width);
 
-// How a row of sums is shifted. What becomes of the last one of an odd number depends on it.
+// How a row of sums is shifted. What becomes of the last pixel of an odd number
+// depends on it.
 enum class OwnShiftForm : int32_t { store, add, inPlace };
 
 // The arithmetic from a kernel's sums on. Sums are of 16 bits for destinations of 1 and 8 bits, of
 // 32 bits for those of 16, and floats for those of 32; what they are merged in is of 16 bits for
 // destinations of 1 bit, of 32 bits for those of 8 and 16, and floats for those of 32.
 struct OwnMergeRows {
-    void (*shift)(void* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form);
+    // Sums, and after them those of the last pixel of an odd number.
+    void (*shift)(void* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count, OwnShiftForm form);
     void (*merge)(const void* sums, void* merged, ptrdiff_t width, int32_t method, bool first);
     void (*root)(void* merged, ptrdiff_t width);
     // Into samples of the destination, which begin at a bit where they are bits.
     void (*storeSums)(const void* sums, char* dst, ptrdiff_t bit, ptrdiff_t width);
     void (*storeMerged)(const void* merged, char* dst, ptrdiff_t bit, ptrdiff_t width);
-    // Shifts and stores sums in one pass; null where that isn't worth it.
-    void (*storeShifted)(const void* sums, char* dst, ptrdiff_t width, uint32_t count);
 };
 
 struct OwnMergeTable {

@@ -37,51 +37,49 @@ int32_t singleCount(uint32_t count) { return static_cast<int32_t>(count & 31); }
 struct Bits {
     using Sum = int16_t;
     using Merged = int16_t;
-    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm) {
-        shiftRun(sums, width, count);
+    static void shift(Sum* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count, OwnShiftForm) {
+        shiftRun(sums, width + single, count);
     }
 };
 
 struct Bytes {
     using Sum = int16_t;
     using Merged = int32_t;
-    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
-        shiftRun(sums, width & ~ptrdiff_t{1}, count);
+    static void shift(Sum* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count,
+                      OwnShiftForm form) {
+        shiftRun(sums, width, count);
         // A last single pixel that is stored stays unshifted.
-        if ((width & 1) == 0 || form == OwnShiftForm::store) return;
-        sums[width - 1] = static_cast<Sum>(sums[width - 1] >> singleCount(count));
+        if (form == OwnShiftForm::store) return;
+        for (ptrdiff_t i = width; i < width + single; ++i)
+            sums[i] = static_cast<Sum>(sums[i] >> singleCount(count));
     }
 };
 
 struct Words {
     using Sum = int32_t;
     using Merged = int32_t;
-    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
-        shiftRun(sums, width & ~ptrdiff_t{1}, count);
-        if ((width & 1) == 0) return;
-        Sum& last = sums[width - 1];
-        if (form == OwnShiftForm::add) {
-            last >>= singleCount(count);
-            return;
+    static void shift(Sum* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count,
+                      OwnShiftForm form) {
+        shiftRun(sums, width, count);
+        for (ptrdiff_t i = width; i < width + single; ++i) {
+            if (form == OwnShiftForm::add) {
+                sums[i] >>= singleCount(count);
+                continue;
+            }
+            // Of a last single pixel that is stored only the low half is shifted.
+            const auto low = static_cast<int16_t>(static_cast<uint16_t>(sums[i]));
+            const auto shifted = static_cast<uint16_t>(low >> singleCount(count));
+            sums[i] = static_cast<Sum>((static_cast<uint32_t>(sums[i]) & 0xFFFF0000u) | shifted);
         }
-        // Of a last single pixel that is stored only the low half is shifted.
-        const auto low = static_cast<int16_t>(static_cast<uint16_t>(last));
-        const auto shifted = static_cast<uint16_t>(low >> singleCount(count));
-        last = static_cast<Sum>((static_cast<uint32_t>(last) & 0xFFFF0000u) | shifted);
     }
 };
 
 struct Floats {
     using Sum = double;
     using Merged = double;
-    static void shift(Sum* sums, ptrdiff_t width, uint32_t count, OwnShiftForm) {
+    static void shift(Sum* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count, OwnShiftForm) {
         const auto by = static_cast<int32_t>(count < 31 ? count : 31);
-        for (ptrdiff_t i = 0; i < width; ++i) sums[i] = rounded(sums[i]) >> by;
-    }
-    static void storeShifted(const void* from, char* dst, ptrdiff_t width, uint32_t count) {
-        const auto* sums = static_cast<const Sum*>(from);
-        const auto by = static_cast<int32_t>(count < 31 ? count : 31);
-        for (ptrdiff_t i = 0; i < width; ++i) ownLanes<int32_t>(dst)[i] = rounded(sums[i]) >> by;
+        for (ptrdiff_t i = 0; i < width + single; ++i) sums[i] = rounded(sums[i]) >> by;
     }
 };
 
@@ -129,8 +127,9 @@ void merge(const void* from, void* to, ptrdiff_t width, int32_t method, bool fir
         mergeRun<Kind>(sums, merged, width, [](M m, M s) { return s < m ? s : m; });
 }
 
-template <class Kind> void shift(void* sums, ptrdiff_t width, uint32_t count, OwnShiftForm form) {
-    Kind::shift(static_cast<typename Kind::Sum*>(sums), width, count, form);
+template <class Kind>
+void shift(void* sums, ptrdiff_t width, ptrdiff_t single, uint32_t count, OwnShiftForm form) {
+    Kind::shift(static_cast<typename Kind::Sum*>(sums), width, single, count, form);
 }
 
 // The root of a number that isn't negative, truncated. The root in single precision is off by one
@@ -230,17 +229,17 @@ void storeBits(const void* from, char* dst, ptrdiff_t bit, ptrdiff_t width) {
 
 template <class Kind, class Sample> constexpr OwnMergeRows rowsOf() {
     using Merged = typename Kind::Merged;
-    return {shift<Kind>,           merge<Kind>, root<Merged>, store<typename Kind::Sum, Sample>,
-            store<Merged, Sample>, nullptr};
+    return {shift<Kind>, merge<Kind>, root<Merged>, store<typename Kind::Sum, Sample>,
+            store<Merged, Sample>};
 }
 
 constexpr OwnMergeTable table = {
-    {shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits, nullptr},
+    {shift<Bits>, merge<Bits>, root<int16_t>, storeBits, storeBits},
     {rowsOf<Bytes, uint8_t>(),
      rowsOf<Bytes, int8_t>(),
      rowsOf<Words, uint16_t>(),
      rowsOf<Words, int16_t>(),
-     {shift<Floats>, merge<Floats>, root<double>, storeFloats, storeFloats, Floats::storeShifted}}};
+     {shift<Floats>, merge<Floats>, root<double>, storeFloats, storeFloats}}};
 
 } // namespace
 

@@ -34,7 +34,9 @@ public:
     Block(const OwnSeparable& all, const DaxImage* srcImage, const DaxImage* dstImage,
           ptrdiff_t rows, ptrdiff_t columns);
 
-    bool ready() const { return ring && samples && line && sums && stored && down && across; }
+    bool ready() const {
+        return ring && samples && line && sums && stored && windowRows && down && across;
+    }
     void filter(const OwnSourceRows& source, ptrdiff_t srcX, ptrdiff_t srcY, char* dst,
                 ptrdiff_t dstBit, ptrdiff_t dstStep);
 
@@ -62,6 +64,7 @@ private:
     OwnBuffer<int32_t> line;
     OwnBuffer<int32_t> sums;
     OwnBuffer<char> stored;
+    OwnBuffer<const char*> windowRows;
     OwnBuffer<OwnTap> down;
     OwnBuffer<OwnTap> across;
 };
@@ -74,13 +77,14 @@ Block::Block(const OwnSeparable& all, const DaxImage* srcImage, const DaxImage* 
       columnsOfWindow(columns + all.across->nCols - 1), pitch(columnsOfWindow * together),
       sumsOfRow(columns * together),
       cellBytes(depth == DAX_DEPTH_32S ? sizeof(int32_t) : sizeof(int16_t)), lineWidth(Width::wide),
-      sumWidth(Width::wide), start(0), store(nullptr),
-      ring((pitch * all.down->nRows + 1) * cellBytes), samples(pitch * ownSampleBytes(depth)),
-      line(pitch), sums(sumsOfRow), stored(sumsOfRow * ownSampleBytes(depth)),
-      down(all.down->nRows), across(all.across->nCols) {
+      sumWidth(Width::wide), start(0), store(nullptr), ring(pitch * all.down->nRows * cellBytes),
+      samples(pitch * ownSampleBytes(depth)), line(pitch), sums(sumsOfRow),
+      stored(sumsOfRow * ownSampleBytes(depth)), windowRows(all.down->nRows), down(all.down->nRows),
+      across(all.across->nCols) {
     if (!ready()) return;
+    for (ptrdiff_t i = 0; i < all.down->nRows; ++i) down[i] = {i, 0, all.down->values[i]};
     for (ptrdiff_t i = 0; i < all.across->nCols; ++i)
-        across[i] = {i * together, all.across->values[i]};
+        across[i] = {0, i * together, all.across->values[i]};
     const OwnSeparableTable& rowsTable = ownRows<OwnSeparableRows>();
     store = depth == DAX_DEPTH_1U ? rowsTable.wideBits : rowsTable.wide[ownDepthIndex(depth)];
     if (depth == DAX_DEPTH_16U) {
@@ -120,45 +124,41 @@ void Block::unpack(const char* from, char* to) const {
 }
 
 void Block::sumDown() {
-    const OwnTapTable& rows = ownRows<OwnTaps>();
-    const ptrdiff_t count = separable.down->nRows;
-    const auto* narrow = reinterpret_cast<const int16_t*>(ring.get());
+    const OwnTapTable& table = ownRows<OwnTaps>();
+    const OwnWindow window = {windowRows.get(), 0, down.get(), separable.down->nRows};
     if (lineWidth == Width::narrow)
-        rows.narrow(narrow, down.get(), count, reinterpret_cast<int16_t*>(line.get()), pitch);
+        table.narrow(window, reinterpret_cast<int16_t*>(line.get()), pitch);
     else if (depth == DAX_DEPTH_32S)
-        rows.words(reinterpret_cast<const int32_t*>(ring.get()), down.get(), count, line.get(),
-                   pitch);
+        table.words(window, line.get(), pitch);
     else
-        rows.wide(narrow, down.get(), count, start, line.get(), pitch);
+        table.wide(window, start, line.get(), pitch);
 }
 
 void Block::sumAcross() {
-    const OwnTapTable& rows = ownRows<OwnTaps>();
-    const ptrdiff_t count = separable.across->nCols;
-    const auto* narrow = reinterpret_cast<const int16_t*>(line.get());
+    const OwnTapTable& table = ownRows<OwnTaps>();
+    const auto* row = reinterpret_cast<const char*>(line.get());
+    const OwnWindow window = {&row, 0, across.get(), separable.across->nCols};
     if (sumWidth != Width::wide)
-        rows.narrow(narrow, across.get(), count, reinterpret_cast<int16_t*>(sums.get()), sumsOfRow);
+        table.narrow(window, reinterpret_cast<int16_t*>(sums.get()), sumsOfRow);
     else if (lineWidth == Width::narrow)
-        rows.wide(narrow, across.get(), count, 0, sums.get(), sumsOfRow);
+        table.wide(window, 0, sums.get(), sumsOfRow);
     else
-        rows.words(line.get(), across.get(), count, sums.get(), sumsOfRow);
+        table.words(window, sums.get(), sumsOfRow);
 }
 
 // The ring holds the rows of the window; the first one gives way to the next.
 void Block::filter(const OwnSourceRows& source, ptrdiff_t srcX, ptrdiff_t srcY, char* dst,
                    ptrdiff_t dstBit, ptrdiff_t dstStep) {
-    const ptrdiff_t rows = separable.down->nRows;
+    const ptrdiff_t nRows = separable.down->nRows;
     const ptrdiff_t sample = ownSampleBytes(depth);
     const bool direct = depth == DAX_DEPTH_1U || dstStep == sample * together;
-    for (ptrdiff_t row = 0; row < height + rows - 1; ++row) {
-        const ptrdiff_t place = row % rows;
+    for (ptrdiff_t row = 0; row < height + nRows - 1; ++row) {
+        const ptrdiff_t place = row % nRows;
         const char* from = source.fetch(srcX, srcY + row, columnsOfWindow, samples.get());
         unpack(from, ring.get() + place * pitch * cellBytes);
-        if (row < rows - 1) continue;
-        for (ptrdiff_t i = 0; i < rows; ++i) {
-            const ptrdiff_t at = place + 1 + i;
-            down[i] = {(at < rows ? at : at - rows) * pitch, separable.down->values[i]};
-        }
+        if (row < nRows - 1) continue;
+        for (ptrdiff_t i = 0; i < nRows; ++i)
+            windowRows[i] = ring.get() + (row + 1 + i) % nRows * pitch * cellBytes;
         sumDown();
         sumAcross();
         char* to = direct ? dst : stored.get();

@@ -38,6 +38,7 @@ struct OwnCellTable {
     void (*expandBits)(const char* row, ptrdiff_t bit, char* bytes, ptrdiff_t count);
     void (*fromBytes)(const char* samples, int16_t* cells, ptrdiff_t count);
     void (*fromSignedBytes)(const char* samples, int16_t* cells, ptrdiff_t count);
+    void (*raiseBytes)(const char* samples, uint8_t* cells, ptrdiff_t count); // by 128
     void (*fromWords)(const char* samples, int16_t* cells, ptrdiff_t count);
     void (*fromSignedWords)(const char* samples, int16_t* cells, ptrdiff_t count);
     void (*toFloats)(const char* samples, double* cells, ptrdiff_t count);

@@ -10,30 +10,49 @@
 #include <cstdint>
 
 struct OwnTap {
-    ptrdiff_t offset; // of the first cell
-    int32_t coef;     // -128 to 127
+    ptrdiff_t row; // of the window
+    ptrdiff_t column;
+    int32_t coef; // -128 to 127
 };
 
-// Each writes `width` sums; those of integers wrap in the width of a sum, and all but `held` may go
-// by any order of the taps. Runs of no taps give zeroes, or `start`.
+// Taps and the rows of cells that they are laid on, from a place on; for each further sum they move
+// on by a cell.
+struct OwnWindow {
+    const char* const* rows;
+    ptrdiff_t from; // cells
+    const OwnTap* taps;
+    ptrdiff_t tapCount;
+
+    template <class Cell> const Cell* run(ptrdiff_t tap) const {
+        return reinterpret_cast<const Cell*>(rows[taps[tap].row]) + taps[tap].column + from;
+    }
+};
+
+// So many taps can be summed and stored in one pass; and so many bytes past the last cell that a
+// tap needs are read then.
+constexpr ptrdiff_t ownMostTapsStored = 64;
+constexpr ptrdiff_t ownBytesPastTaps = 64;
+
+// Each writes `width` sums, which begin with `start`; those of integers wrap in the width of a sum,
+// and all but `held` and `floats` go by any order of the taps.
 struct OwnTapTable {
     // Bytes, with taps of which no sum can leave 16 bits.
-    void (*bytes)(const uint8_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
-                  ptrdiff_t width);
-    void (*narrow)(const int16_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
-                   ptrdiff_t width);
+    void (*bytes)(const OwnWindow& window, int32_t start, int16_t* sums, ptrdiff_t width);
+    void (*narrow)(const OwnWindow& window, int16_t* sums, ptrdiff_t width);
     // A sum is held at the limits of 16 bits where the cell of a tap lies in a whole group of eight
-    // from the first multiple of 8 in its run on, and wraps elsewhere. `phase` is the place of
-    // cells[0], modulo 8.
-    void (*held)(const int16_t* cells, int32_t phase, const OwnTap* taps, ptrdiff_t tapCount,
-                 int16_t* sums, ptrdiff_t width);
-    void (*wide)(const int16_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int32_t start,
-                 int32_t* sums, ptrdiff_t width);
-    void (*words)(const int32_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int32_t* sums,
-                  ptrdiff_t width);
+    // from the first multiple of 8 in its run on, and wraps elsewhere. Places count modulo 8:
+    // `phase` is that of the first row, `pitch` the distance to the next.
+    void (*held)(const OwnWindow& window, ptrdiff_t phase, ptrdiff_t pitch, int16_t* sums,
+                 ptrdiff_t width);
+    void (*wide)(const OwnWindow& window, int32_t start, int32_t* sums, ptrdiff_t width);
+    void (*words)(const OwnWindow& window, int32_t* sums, ptrdiff_t width);
     // In the order of the taps, each sum rounded.
-    void (*floats)(const double* cells, const OwnTap* taps, ptrdiff_t tapCount, double* sums,
-                   ptrdiff_t width);
+    void (*floats)(const OwnWindow& window, double* sums, ptrdiff_t width);
+    // The sums of `bytes` or `wide`, shifted, limited and stored as samples of a depth (by
+    // ownDepthIndex), of up to ownMostTapsStored taps; null where that isn't worth it.
+    using Store = void (*)(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
+                           ptrdiff_t width);
+    Store stored[4];
 };
 
 struct OwnTaps {

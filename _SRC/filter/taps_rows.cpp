@@ -75,16 +75,17 @@ struct Floats {
 };
 
 template <class Op>
-using Pass = void (*)(const typename Op::Cell* cells, const OwnTap* taps, typename Op::Sum start,
-                      typename Op::Sum* sums, ptrdiff_t width);
+using Pass = void (*)(const OwnWindow& window, ptrdiff_t from, typename Op::Sum start,
+                      typename Op::Sum* sums, ptrdiff_t begin, ptrdiff_t end);
 
+// The taps from one on, for the sums from `begin` to `end`.
 template <class Op, bool first, int... k>
-void runPass(const typename Op::Cell* cells, const OwnTap* taps, typename Op::Sum start,
-             typename Op::Sum* __restrict sums, ptrdiff_t width) {
-    const typename Op::Cell* const run[] = {cells + taps[k].offset...};
-    const int16_t coef[] = {static_cast<int16_t>(taps[k].coef)...};
+void runPass(const OwnWindow& window, ptrdiff_t from, typename Op::Sum start,
+             typename Op::Sum* __restrict sums, ptrdiff_t begin, ptrdiff_t end) {
+    const typename Op::Cell* const run[] = {window.run<typename Op::Cell>(from + k)...};
+    const int16_t coef[] = {static_cast<int16_t>(window.taps[from + k].coef)...};
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < width; ++i) {
+    for (ptrdiff_t i = begin; i < end; ++i) {
         typename Op::Sum sum = first ? start : sums[i];
         ((sum = Op::add(sum, run[k][i], coef[k])), ...);
         sums[i] = sum;
@@ -107,26 +108,25 @@ constexpr Pass<Op> passOfCount(ptrdiff_t count, std::integer_sequence<int, n...>
 }
 
 template <class Op>
-void sumTaps(const typename Op::Cell* cells, const OwnTap* taps, ptrdiff_t tapCount,
-             typename Op::Sum start, typename Op::Sum* sums, ptrdiff_t width) {
+void sumTaps(const OwnWindow& window, typename Op::Sum start, typename Op::Sum* sums,
+             ptrdiff_t begin, ptrdiff_t end) {
     constexpr auto counts = std::make_integer_sequence<int, tapsOfPass>{};
-    if (width <= 0) return;
-    if (tapCount == 0)
-        for (ptrdiff_t i = 0; i < width; ++i) sums[i] = start;
-    for (ptrdiff_t done = 0; done < tapCount;) {
-        const ptrdiff_t rest = tapCount - done;
+    if (begin >= end) return;
+    if (window.tapCount == 0)
+        for (ptrdiff_t i = begin; i < end; ++i) sums[i] = start;
+    for (ptrdiff_t done = 0; done < window.tapCount;) {
+        const ptrdiff_t rest = window.tapCount - done;
         const ptrdiff_t count = rest < tapsOfPass ? rest : tapsOfPass;
         const auto pass = done == 0 ? passOfCount<Op, true>(count, counts)
                                     : passOfCount<Op, false>(count, counts);
-        pass(cells, taps + done, start, sums, width);
+        pass(window, done, start, sums, begin, end);
         done += count;
     }
 }
 
 template <class Op>
-void sumFromZero(const typename Op::Cell* cells, const OwnTap* taps, ptrdiff_t tapCount,
-                 typename Op::Sum* sums, ptrdiff_t width) {
-    sumTaps<Op>(cells, taps, tapCount, 0, sums, width);
+void sumFromZero(const OwnWindow& window, typename Op::Sum* sums, ptrdiff_t width) {
+    sumTaps<Op>(window, 0, sums, 0, width);
 }
 
 struct Stretch {
@@ -135,58 +135,68 @@ struct Stretch {
 };
 
 // Where the run of a tap lies in whole groups of eight.
-Stretch bodyOf(const OwnTap& tap, int32_t phase, ptrdiff_t width) {
-    const ptrdiff_t head = -(phase + tap.offset) & 7;
+Stretch bodyOf(const OwnTap& tap, ptrdiff_t phase, ptrdiff_t pitch, ptrdiff_t width) {
+    const ptrdiff_t head = -(phase + tap.row * pitch + tap.column) & 7;
     if (head >= width) return {width, width};
     return {head, head + (width - head) / 8 * 8};
 }
 
-void sumHeld(const int16_t* cells, int32_t phase, const OwnTap* taps, ptrdiff_t tapCount,
-             int16_t* sums, ptrdiff_t width) {
+void sumHeld(const OwnWindow& window, ptrdiff_t phase, ptrdiff_t pitch, int16_t* sums,
+             ptrdiff_t width) {
     Stretch common = {0, width};
-    for (ptrdiff_t t = 0; t < tapCount; ++t) {
-        const Stretch body = bodyOf(taps[t], phase, width);
+    for (ptrdiff_t t = 0; t < window.tapCount; ++t) {
+        const Stretch body = bodyOf(window.taps[t], phase, pitch, width);
         if (body.from > common.from) common.from = body.from;
         if (body.to < common.to) common.to = body.to;
     }
     if (common.to < common.from) common.to = common.from;
     const auto single = [&](ptrdiff_t i) {
         int16_t sum = 0;
-        for (ptrdiff_t t = 0; t < tapCount; ++t) {
-            const Stretch body = bodyOf(taps[t], phase, width);
-            const auto coef = static_cast<int16_t>(taps[t].coef);
-            const int16_t cell = cells[taps[t].offset + i];
+        for (ptrdiff_t t = 0; t < window.tapCount; ++t) {
+            const Stretch body = bodyOf(window.taps[t], phase, pitch, width);
+            const auto coef = static_cast<int16_t>(window.taps[t].coef);
+            const int16_t cell = window.run<int16_t>(t)[i];
             sum = i >= body.from && i < body.to ? Held::add(sum, cell, coef)
                                                 : Narrow::add(sum, cell, coef);
         }
         sums[i] = sum;
     };
     for (ptrdiff_t i = 0; i < common.from; ++i) single(i);
-    sumTaps<Held>(cells + common.from, taps, tapCount, 0, sums + common.from,
-                  common.to - common.from);
+    sumTaps<Held>(window, 0, sums, common.from, common.to);
     for (ptrdiff_t i = common.to; i < width; ++i) single(i);
 }
 
-void sumBytes(const uint8_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int16_t* sums,
-              ptrdiff_t width) {
+void sumBytes(const OwnWindow& window, int32_t start, int16_t* sums, ptrdiff_t width) {
     ptrdiff_t done = 0;
 #ifdef __AVX2__
-    done = sumPairs<BytePairs>(cells, taps, tapCount, 0, sums, width);
+    done = sumPairs<BytePairs>(window, start, sums, width);
 #endif
-    sumTaps<Bytes>(cells + done, taps, tapCount, 0, sums + done, width - done);
+    const auto from = static_cast<int16_t>(static_cast<uint16_t>(start));
+    sumTaps<Bytes>(window, from, sums, done, width);
 }
 
-void sumWide(const int16_t* cells, const OwnTap* taps, ptrdiff_t tapCount, int32_t start,
-             int32_t* sums, ptrdiff_t width) {
+void sumWide(const OwnWindow& window, int32_t start, int32_t* sums, ptrdiff_t width) {
     ptrdiff_t done = 0;
 #ifdef __AVX2__
-    done = sumPairs<WordPairs>(cells, taps, tapCount, start, sums, width);
+    done = sumPairs<WordPairs>(window, start, sums, width);
 #endif
-    sumTaps<Wide>(cells + done, taps, tapCount, start, sums + done, width - done);
+    sumTaps<Wide>(window, start, sums, done, width);
 }
 
-constexpr OwnTapTable table = {sumBytes, sumFromZero<Narrow>, sumHeld,
-                               sumWide,  sumFromZero<Words>,  sumFromZero<Floats>};
+constexpr OwnTapTable table = {
+    sumBytes,
+    sumFromZero<Narrow>,
+    sumHeld,
+    sumWide,
+    sumFromZero<Words>,
+    sumFromZero<Floats>,
+#ifdef __AVX2__
+    {storePairs<BytePairs, false>, storePairs<BytePairs, true>, storePairs<WordPairs, false>,
+     storePairs<WordPairs, true>},
+#else
+    {},
+#endif
+};
 
 } // namespace
 
