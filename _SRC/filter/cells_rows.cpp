@@ -23,6 +23,15 @@ void widen(const char* samples, Cell* cells, ptrdiff_t count) {
     for (ptrdiff_t i = 0; i < count; ++i) cells[i] = static_cast<Cell>(x[i] - bias);
 }
 
+void toHalves(const char* samples, int16_t* high, int16_t* low, ptrdiff_t count) {
+    const auto* x = ownLanes<int32_t>(samples);
+    OWN_EACH_ALONE
+    for (ptrdiff_t i = 0; i < count; ++i) {
+        high[i] = static_cast<int16_t>(x[i] >> 16);
+        low[i] = static_cast<int16_t>(static_cast<uint16_t>(x[i]) - 32768);
+    }
+}
+
 constexpr OwnCellTable table = {
     expandBits,
     widen<uint8_t, 0, int16_t>,
@@ -30,6 +39,7 @@ constexpr OwnCellTable table = {
     widen<uint8_t, 128, uint8_t>,
     widen<uint16_t, 32768, int16_t>,
     widen<int16_t, 0, int16_t>,
+    toHalves,
     widen<int32_t, 0, double>,
 };
 

@@ -7,8 +7,6 @@
 #include "frame/movers.h"
 #include "frame/raster.h"
 
-#include <cstring>
-
 namespace {
 
 // Where what is written may be read, so many rows are read before the first of them is written; and
@@ -94,8 +92,8 @@ private:
     }
     ptrdiff_t tapTotal() const;
     void prepare(const DaxConvKernel& kernel, OwnTap* room, Ready* to) const;
-    char* slot(ptrdiff_t row) const { return cells + row % rowsOfRing * rowStep; }
     void fetch(const OwnSourceRows& source, ptrdiff_t row);
+    void toCells(const char* from, char* row, ptrdiff_t at, ptrdiff_t count) const;
     void sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t count);
     void convolveRow(ptrdiff_t row, char* to);
     void convolveChannel(int32_t channel);
@@ -106,6 +104,8 @@ private:
     const ptrdiff_t height;
     const ptrdiff_t width;
     const int32_t depth;
+    const bool squares;
+    const bool alone;         // one kernel whose sums are the result
     const bool bytes;         // cells are bytes
     const ptrdiff_t together; // samples of a pixel that are worked side by side
     const ptrdiff_t samplesOfRow;
@@ -115,6 +115,7 @@ private:
     const ptrdiff_t windowColumns; // of a whole row
     const ptrdiff_t pitch;         // cells of a row
     const ptrdiff_t rowStep;       // bytes
+    const ptrdiff_t lowHalves;     // cells of 16 bits, where those of 32 are in halves
     const ptrdiff_t rowsAhead;
     const ptrdiff_t rowsOfRing;
     const OwnTapTable& tapSums;
@@ -134,14 +135,16 @@ private:
 Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to, ptrdiff_t rows,
              ptrdiff_t columns)
     : convolution(all), src(from), dst(to), height(rows), width(columns), depth(to.image->depth),
-      bytes(staysInBytes(all, from.image, depth)), together(samplesTogether(from, to, bytes)),
-      samplesOfRow(columns * together), single((columns & 1) * together),
-      cellBytes(bytes                    ? sizeof(uint8_t)
-                : depth == DAX_DEPTH_32S ? sizeof(double)
-                                         : sizeof(int16_t)),
+      squares(all.method == DAX_COMBINE_SUM_SQUARES || all.method == DAX_COMBINE_ROOT_SUM_SQUARES),
+      alone(all.count == 1 && !squares), bytes(staysInBytes(all, from.image, depth)),
+      together(samplesTogether(from, to, bytes)), samplesOfRow(columns * together),
+      single((columns & 1) * together), cellBytes(bytes                    ? sizeof(uint8_t)
+                                                  : depth == DAX_DEPTH_32S ? sizeof(double)
+                                                                           : sizeof(int16_t)),
       windowRows(all.above + all.below), windowColumns(all.left + columns + all.right - 1),
       pitch(windowColumns * together),
-      rowStep((pitch * cellBytes + ownBytesPastTaps + cacheLine - 1) & ~(cacheLine - 1)),
+      rowStep((pitch * cellBytes + 2 * ownBytesPastTaps + cacheLine - 1) & ~(cacheLine - 1)),
+      lowHalves(rowStep / 4),
       rowsAhead(ownMayOverlap(from.image, to.image) ? smaller(rows, rowsOfBatch) : 1),
       rowsOfRing(windowRows - 1 + rowsAhead), tapSums(ownRows<OwnTaps>()),
       merging(depth == DAX_DEPTH_1U ? ownRows<OwnMerge>().bits
@@ -158,8 +161,8 @@ Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to
         prepare(*all.kernels[k], room, &kernels[k]);
         room += kernels[k].tapCount;
     }
-    const bool fits = kernels[0].tapCount <= ownMostTapsStored && depth != DAX_DEPTH_1U;
-    if (fits && (bytes || ownDepthBits(depth) == 16))
+    const bool fits = alone && kernels[0].tapCount <= ownMostTapsStored;
+    if (fits && (bytes ? depth != DAX_DEPTH_1U : ownDepthBits(depth) > 8))
         storePass = tapSums.stored[ownDepthIndex(depth)];
 }
 
@@ -182,48 +185,66 @@ void Piece::prepare(const DaxConvKernel& kernel, OwnTap* room, Ready* to) const 
             total += static_cast<uint32_t>(coef);
         }
     }
-    if (depth == DAX_DEPTH_16U) to->start = static_cast<int32_t>(total * 32768);
+    if (depth == DAX_DEPTH_16U || depth == DAX_DEPTH_32S)
+        to->start = static_cast<int32_t>(total * 32768);
     if (depth == DAX_DEPTH_8S) to->start = static_cast<int32_t>(total * -128u);
 }
 
-// A row of the window's place, into the ring.
+// A row of the window's place, into the ring. What lies inside the image needn't be copied before
+// it is made cells.
 void Piece::fetch(const OwnSourceRows& source, ptrdiff_t row) {
+    const ptrdiff_t x = src.x - convolution.left;
+    const ptrdiff_t y = src.y - convolution.above + row;
+    char* const to = cells + row % rowsOfRing * rowStep;
+    if (bytes && depth != DAX_DEPTH_8S) {
+        const char* from = source.fetch(x, y, windowColumns, to);
+        if (from != to) ownCopyRow(from, to, pitch);
+        return;
+    }
+    if (depth == DAX_DEPTH_32S && source.sampleBytes < 4) {
+        // Samples of 16 bits aren't widened: two make a cell, and where there are none it is 0.
+        const ptrdiff_t size = pitch * source.sampleBytes;
+        const char* from = source.fetch(x, y, windowColumns, samples.get());
+        if (from != samples.get()) ownCopyRow(from, samples.get(), size);
+        ownFillRow8(0, samples.get() + size, pitch * 4 - size);
+        toCells(samples.get(), to, 0, pitch);
+        return;
+    }
+    const auto inside = [&](ptrdiff_t column) {
+        return column < 0 ? 0 : smaller(column, windowColumns);
+    };
+    const ptrdiff_t ends[] = {inside(-x), inside(src.image->width - x), windowColumns};
+    ptrdiff_t done = 0;
+    for (const ptrdiff_t end : ends) {
+        if (end <= done) continue;
+        const char* from = source.fetch(x + done, y, end - done, samples.get());
+        toCells(from, to, done * together, (end - done) * together);
+        done = end;
+    }
+}
+
+void Piece::toCells(const char* from, char* row, ptrdiff_t at, ptrdiff_t count) const {
     const OwnCellTable& table = ownRows<OwnCells>();
-    char* const to = slot(row);
-    const bool asItIs = bytes && depth != DAX_DEPTH_8S;
-    const char* from = source.fetch(src.x - convolution.left, src.y - convolution.above + row,
-                                    windowColumns, asItIs ? to : samples.get());
-    auto* narrow = reinterpret_cast<int16_t*>(to);
-    switch (depth) {
-    case DAX_DEPTH_8S:
-        if (bytes)
-            table.raiseBytes(from, reinterpret_cast<uint8_t*>(to), pitch);
-        else
-            table.fromSignedBytes(from, narrow, pitch);
-        return;
-    case DAX_DEPTH_16U: table.fromWords(from, narrow, pitch); return;
-    case DAX_DEPTH_16S: table.fromSignedWords(from, narrow, pitch); return;
-    case DAX_DEPTH_32S: break;
-    default:
-        if (!bytes)
-            table.fromBytes(from, narrow, pitch);
-        else if (from != to)
-            ownCopyRow(from, to, pitch);
-        return;
-    }
-    // Samples of 16 bits aren't widened: two make a cell, and where there are none it is 0.
-    const ptrdiff_t size = pitch * source.sampleBytes;
-    if (size < pitch * 4) {
-        if (from != samples.get()) memcpy(samples.get(), from, static_cast<size_t>(size));
-        memset(samples.get() + size, 0, static_cast<size_t>(pitch * 4 - size));
-        from = samples.get();
-    }
-    table.toFloats(from, reinterpret_cast<double*>(to), pitch);
+    auto* narrow = reinterpret_cast<int16_t*>(row) + at;
+    if (depth == DAX_DEPTH_16U)
+        table.fromWords(from, narrow, count);
+    else if (depth == DAX_DEPTH_16S)
+        table.fromSignedWords(from, narrow, count);
+    else if (depth == DAX_DEPTH_32S && storePass != nullptr)
+        table.toHalves(from, narrow, narrow + lowHalves, count);
+    else if (depth == DAX_DEPTH_32S)
+        table.toFloats(from, reinterpret_cast<double*>(row) + at, count);
+    else if (bytes)
+        table.raiseBytes(from, reinterpret_cast<uint8_t*>(row) + at, count);
+    else if (depth == DAX_DEPTH_8S)
+        table.fromSignedBytes(from, narrow, count);
+    else
+        table.fromBytes(from, narrow, count);
 }
 
 // `count` sums, from one on.
 void Piece::sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t count) {
-    const OwnWindow at = {window.get(), from, kernel.taps, kernel.tapCount};
+    const OwnWindow at = {window.get(), from, 0, kernel.taps, kernel.tapCount};
     auto* narrow = reinterpret_cast<int16_t*>(sums.get());
     if (ownDepthBits(depth) == 16)
         tapSums.wide(at, kernel.start, reinterpret_cast<int32_t*>(sums.get()), count);
@@ -238,16 +259,14 @@ void Piece::sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t co
 // A row, as samples side by side.
 void Piece::convolveRow(ptrdiff_t row, char* to) {
     const int32_t method = convolution.method;
-    const bool squares =
-        method == DAX_COMBINE_SUM_SQUARES || method == DAX_COMBINE_ROOT_SUM_SQUARES;
-    const bool alone = convolution.count == 1 && !squares;
     const ptrdiff_t bit = depth == DAX_DEPTH_1U ? dst.x : 0;
     ptrdiff_t done = 0;
-    if (alone && storePass != nullptr) {
+    if (storePass != nullptr) {
         const Ready& kernel = kernels[0];
-        done = kernel.shift != 0 ? samplesOfRow - single : samplesOfRow;
-        storePass({window.get(), 0, kernel.taps, kernel.tapCount}, kernel.start, kernel.shift, to,
-                  done);
+        const bool apart = kernel.shift != 0 && depth != DAX_DEPTH_32S;
+        done = apart ? samplesOfRow - single : samplesOfRow;
+        storePass({window.get(), 0, lowHalves, kernel.taps, kernel.tapCount}, kernel.start,
+                  kernel.shift, to, done);
     }
     if (done == samplesOfRow) return;
     const ptrdiff_t count = samplesOfRow - done;
@@ -288,7 +307,11 @@ void Piece::convolveChannel(int32_t channel) {
         if (row % rowsAhead == 0)
             for (; fetched < smaller(row + rowsAhead, height) + windowRows - 1; ++fetched)
                 fetch(source, fetched);
-        for (ptrdiff_t k = 0; k < windowRows; ++k) window[k] = slot(row + k);
+        ptrdiff_t place = row % rowsOfRing;
+        for (ptrdiff_t k = 0; k < windowRows; ++k) {
+            window[k] = cells + place * rowStep;
+            if (++place == rowsOfRing) place = 0;
+        }
         convolveRow(row, direct ? to : stored.get());
         if (!direct)
             for (ptrdiff_t k = 0; k < together - (spares ? 1 : 0); ++k)

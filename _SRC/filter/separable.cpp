@@ -125,7 +125,7 @@ void Block::unpack(const char* from, char* to) const {
 
 void Block::sumDown() {
     const OwnTapTable& table = ownRows<OwnTaps>();
-    const OwnWindow window = {windowRows.get(), 0, down.get(), separable.down->nRows};
+    const OwnWindow window = {windowRows.get(), 0, 0, down.get(), separable.down->nRows};
     if (lineWidth == Width::narrow)
         table.narrow(window, reinterpret_cast<int16_t*>(line.get()), pitch);
     else if (depth == DAX_DEPTH_32S)
@@ -137,7 +137,7 @@ void Block::sumDown() {
 void Block::sumAcross() {
     const OwnTapTable& table = ownRows<OwnTaps>();
     const auto* row = reinterpret_cast<const char*>(line.get());
-    const OwnWindow window = {&row, 0, across.get(), separable.across->nCols};
+    const OwnWindow window = {&row, 0, 0, across.get(), separable.across->nCols};
     if (sumWidth != Width::wide)
         table.narrow(window, reinterpret_cast<int16_t*>(sums.get()), sumsOfRow);
     else if (lineWidth == Width::narrow)
@@ -157,8 +157,10 @@ void Block::filter(const OwnSourceRows& source, ptrdiff_t srcX, ptrdiff_t srcY, 
         const char* from = source.fetch(srcX, srcY + row, columnsOfWindow, samples.get());
         unpack(from, ring.get() + place * pitch * cellBytes);
         if (row < nRows - 1) continue;
-        for (ptrdiff_t i = 0; i < nRows; ++i)
-            windowRows[i] = ring.get() + (row + 1 + i) % nRows * pitch * cellBytes;
+        for (ptrdiff_t i = 0; i < nRows; ++i) {
+            const ptrdiff_t at = place + 1 + i;
+            windowRows[i] = ring.get() + (at < nRows ? at : at - nRows) * pitch * cellBytes;
+        }
         sumDown();
         sumAcross();
         char* to = direct ? dst : stored.get();

@@ -33,7 +33,8 @@ private:
     void copyRun(const char* row, ptrdiff_t x, char* block, ptrdiff_t count) const;
 };
 
-// From samples to cells. Unsigned words lose 32768, so that they are signed cells.
+// From samples to cells. Unsigned words lose 32768, so that they are signed cells; so do the low
+// halves of samples of 32 bits.
 struct OwnCellTable {
     void (*expandBits)(const char* row, ptrdiff_t bit, char* bytes, ptrdiff_t count);
     void (*fromBytes)(const char* samples, int16_t* cells, ptrdiff_t count);
@@ -41,6 +42,7 @@ struct OwnCellTable {
     void (*raiseBytes)(const char* samples, uint8_t* cells, ptrdiff_t count); // by 128
     void (*fromWords)(const char* samples, int16_t* cells, ptrdiff_t count);
     void (*fromSignedWords)(const char* samples, int16_t* cells, ptrdiff_t count);
+    void (*toHalves)(const char* samples, int16_t* high, int16_t* low, ptrdiff_t count);
     void (*toFloats)(const char* samples, double* cells, ptrdiff_t count);
 };
 

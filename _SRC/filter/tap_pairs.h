@@ -46,20 +46,6 @@ OWN_INLINE Lanes inEachPart(__m128i part) {
 #endif
 }
 
-// What of 16 bytes is in each part of two vectors becomes neighbours.
-OWN_INLINE void joinParts(Lanes* low, Lanes* high) {
-#ifdef __AVX512BW__
-    const Lanes first = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
-    const Lanes second = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
-    const Lanes joined = _mm512_permutex2var_epi64(*low, first, *high);
-    *high = _mm512_permutex2var_epi64(*low, second, *high);
-#else
-    const Lanes joined = _mm256_permute2x128_si256(*low, *high, 0x20);
-    *high = _mm256_permute2x128_si256(*low, *high, 0x31);
-#endif
-    *low = joined;
-}
-
 // Bytes without a sign, of which no sum leaves 16 bits.
 struct BytePairs {
     using Cell = uint8_t;
@@ -67,7 +53,8 @@ struct BytePairs {
     // The products of two are held at the limits.
     static bool fit(int32_t a, int32_t b) { return a + b >= -128 && a + b <= 128; }
     static int32_t coefs(int32_t a, int32_t b) {
-        return static_cast<int32_t>(((a & 0xFFu) | (b & 0xFFu) << 8) * 0x10001u);
+        const uint32_t both = static_cast<uint8_t>(a) | uint32_t{static_cast<uint8_t>(b)} << 8;
+        return static_cast<int32_t>(both * 0x10001u);
     }
     static Lanes filled(int32_t value) {
         return OWN_LANES(set1_epi16)(static_cast<int16_t>(static_cast<uint16_t>(value)));
@@ -76,10 +63,17 @@ struct BytePairs {
         return OWN_LANES(add_epi16)(sums, OWN_LANES(maddubs_epi16)(cells, coef));
     }
     static Lanes add(Lanes a, Lanes b) { return OWN_LANES(add_epi16)(a, b); }
-    static void zip(Lanes* even, Lanes* odd) {
+    // Even and odd places one after the other, in two vectors.
+    static void join(Lanes* even, Lanes* odd) {
         const Lanes low = OWN_LANES(unpacklo_epi16)(*even, *odd);
-        *odd = OWN_LANES(unpackhi_epi16)(*even, *odd);
-        *even = low;
+        const Lanes high = OWN_LANES(unpackhi_epi16)(*even, *odd);
+#ifdef __AVX512BW__
+        *even = _mm512_permutex2var_epi64(low, _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11), high);
+        *odd = _mm512_permutex2var_epi64(low, _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15), high);
+#else
+        *even = _mm256_permute2x128_si256(low, high, 0x20);
+        *odd = _mm256_permute2x128_si256(low, high, 0x31);
+#endif
     }
     template <bool hasSign> static Lanes pack(Lanes even, Lanes odd, __m128i shift) {
         even = OWN_LANES(sra_epi16)(even, shift);
@@ -96,17 +90,26 @@ struct WordPairs {
     using Sum = int32_t;
     static bool fit(int32_t, int32_t) { return true; }
     static int32_t coefs(int32_t a, int32_t b) {
-        return static_cast<int32_t>((a & 0xFFFFu) | (b & 0xFFFFu) << 16);
+        return static_cast<int32_t>(static_cast<uint16_t>(a) | static_cast<uint32_t>(b) << 16);
     }
     static Lanes filled(int32_t value) { return OWN_LANES(set1_epi32)(value); }
     static Lanes add(Lanes sums, Lanes cells, Lanes coef) {
         return OWN_LANES(add_epi32)(sums, OWN_LANES(madd_epi16)(cells, coef));
     }
     static Lanes add(Lanes a, Lanes b) { return OWN_LANES(add_epi32)(a, b); }
-    static void zip(Lanes* even, Lanes* odd) {
-        const Lanes low = OWN_LANES(unpacklo_epi32)(*even, *odd);
-        *odd = OWN_LANES(unpackhi_epi32)(*even, *odd);
-        *even = low;
+    static void join(Lanes* even, Lanes* odd) {
+#ifdef __AVX512BW__
+        const Lanes low = _mm512_setr_epi32(0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+        const Lanes high = _mm512_add_epi32(low, _mm512_set1_epi32(8));
+        const Lanes joined = _mm512_permutex2var_epi32(*even, low, *odd);
+        *odd = _mm512_permutex2var_epi32(*even, high, *odd);
+        *even = joined;
+#else
+        const Lanes low = _mm256_unpacklo_epi32(*even, *odd);
+        const Lanes high = _mm256_unpackhi_epi32(*even, *odd);
+        *even = _mm256_permute2x128_si256(low, high, 0x20);
+        *odd = _mm256_permute2x128_si256(low, high, 0x31);
+#endif
     }
     template <bool hasSign> static Lanes pack(Lanes even, Lanes odd, __m128i shift) {
         even = OWN_LANES(sra_epi32)(even, shift);
@@ -120,25 +123,63 @@ struct WordPairs {
 
 OWN_INLINE Lanes inEachWord(int32_t value) { return OWN_LANES(set1_epi32)(value); }
 
+OWN_INLINE Lanes whereEqual(Lanes a, Lanes b, Lanes then, Lanes otherwise) {
+#ifdef __AVX512BW__
+    return _mm512_mask_blend_epi32(_mm512_cmpeq_epi32_mask(a, b), otherwise, then);
+#else
+    return _mm256_blendv_epi8(otherwise, then, _mm256_cmpeq_epi32(a, b));
+#endif
+}
+
+// The sum high * 65536 + low limited to 32 bits.
+OWN_INLINE Lanes joinLimited(Lanes high, Lanes low) {
+    const Lanes sum = OWN_LANES(add_epi32)(OWN_LANES(slli_epi32)(high, 16), low);
+    const Lanes top = OWN_LANES(add_epi32)(high, OWN_LANES(srai_epi32)(low, 16));
+    const Lanes narrow = OWN_LANES(srai_epi32)(OWN_LANES(slli_epi32)(top, 16), 16);
+    const Lanes limit = inEachWord(INT32_MAX) ^ OWN_LANES(srai_epi32)(top, 31);
+    return whereEqual(top, narrow, sum, limit);
+}
+
+// Its low 32 bits as a float has them that is brought above 2^52, shifted: below -2^32 it has come
+// into the range of halves, and the bits are a place further up.
+OWN_INLINE Lanes joinShifted(Lanes high, Lanes low, __m128i by) {
+    const Lanes sum = OWN_LANES(add_epi32)(OWN_LANES(slli_epi32)(high, 16), low);
+    const Lanes top = OWN_LANES(add_epi32)(high, OWN_LANES(srai_epi32)(low, 16));
+#ifdef __AVX512BW__
+    const __mmask16 halves = _mm512_cmplt_epi32_mask(top, inEachWord(-65536));
+    return _mm512_sra_epi32(_mm512_mask_add_epi32(sum, halves, sum, sum), by);
+#else
+    const Lanes whole = _mm256_cmpgt_epi32(top, inEachWord(-65537));
+    return _mm256_sra_epi32(_mm256_add_epi32(sum, _mm256_andnot_si256(whole, sum)), by);
+#endif
+}
+
 #undef OWN_LANES
 
-// Taps of a window, those in twos from the front and those alone from the back.
+// Taps of a window: those of an even number of neighbours from the front, two loads for each two of
+// them; those of an odd number from the back, where one load serves both places.
 template <class Op> class Pairs {
 public:
     using Cell = typename Op::Cell;
     static constexpr ptrdiff_t cells = bytesOfLanes / sizeof(Cell); // of a vector
 
     Pairs(const OwnWindow& window, ptrdiff_t tap, ptrdiff_t end) {
-        for (; tap < end; ++tap) {
+        while (tap < end) {
             const Cell* run = window.run<Cell>(tap);
-            const int32_t coef = window.taps[tap].coef;
-            if (tap + 1 < end && window.run<Cell>(tap + 1) == run + 1 &&
-                Op::fit(coef, window.taps[tap + 1].coef)) {
-                ++tap;
-                steps[pairCount++] = {run, Op::coefs(coef, window.taps[tap].coef), 0};
-            } else {
-                steps[--firstAlone] = {run, Op::coefs(coef, 0), Op::coefs(0, coef)};
+            const OwnTap* taps = window.taps + tap;
+            ptrdiff_t count = 1; // of neighbours
+            while (tap + count < end && window.run<Cell>(tap + count) == run + count &&
+                   Op::fit(taps[count - 1].coef, taps[count].coef))
+                ++count;
+            const auto coef = [&](ptrdiff_t k) { return k >= 0 && k < count ? taps[k].coef : 0; };
+            for (ptrdiff_t k = 0; k < count; k += 2) {
+                const int32_t even = Op::coefs(coef(k), coef(k + 1));
+                if (count % 2 == 0)
+                    steps[pairCount++] = {run + k, even, even};
+                else
+                    steps[--firstOdd] = {run + k, even, Op::coefs(coef(k - 1), coef(k))};
             }
+            tap += count;
         }
     }
 
@@ -155,7 +196,7 @@ public:
                 odd[v] = Op::add(odd[v], loadLanes(run + v * cells + 1), coef);
             }
         }
-        for (ptrdiff_t k = firstAlone; k < most; ++k) {
+        for (ptrdiff_t k = firstOdd; k < most; ++k) {
             const Cell* run = steps[k].run + at;
             const Lanes evenCoef = inEachWord(steps[k].even);
             const Lanes oddCoef = inEachWord(steps[k].odd);
@@ -176,7 +217,7 @@ private:
     };
     Step steps[most];
     ptrdiff_t pairCount = 0;
-    ptrdiff_t firstAlone = most;
+    ptrdiff_t firstOdd = most;
 };
 
 // Calls `block` for runs of `many` vectors of cells, then for single ones; returns the cells done.
@@ -186,6 +227,25 @@ OWN_INLINE ptrdiff_t inBlocks(ptrdiff_t cells, ptrdiff_t width, Block block) {
     for (; at + many * cells <= width; at += many * cells) block.template operator()<many>(at);
     for (; at + cells <= width; at += cells) block.template operator()<1>(at);
     return at;
+}
+
+// The same for what is stored, samples of `sampleBytes`. The last vector of a row overlaps the one
+// before; one alone is cut.
+template <int many, class Block>
+OWN_INLINE void storeInBlocks(ptrdiff_t cells, ptrdiff_t sampleBytes, ptrdiff_t width, char* dst,
+                              Block block) {
+    const auto inPlace = [&]<int vectors>(ptrdiff_t at) {
+        block.template operator()<vectors>(at, dst + at * sampleBytes);
+    };
+    const ptrdiff_t done = inBlocks<many>(cells, width, inPlace);
+    if (done == width) return;
+    if (done > 0) {
+        inPlace.template operator()<1>(width - cells);
+        return;
+    }
+    char one[2 * bytesOfLanes];
+    block.template operator()<1>(0, one);
+    memcpy(dst, one, static_cast<size_t>(width * sampleBytes));
 }
 
 // As many sums as fill whole vectors; returns how many.
@@ -206,8 +266,7 @@ ptrdiff_t sumPairs(const OwnWindow& window, int32_t start, typename Op::Sum* sum
             pairs.sum(from, at, even, odd);
             for (int v = 0; v < vectors; ++v) {
                 auto* to = sums + at + v * cells;
-                Op::zip(&even[v], &odd[v]);
-                joinParts(&even[v], &odd[v]);
+                Op::join(&even[v], &odd[v]);
                 if (tap > 0) {
                     even[v] = Op::add(even[v], loadLanes(to));
                     odd[v] = Op::add(odd[v], loadLanes(to + cells / 2));
@@ -220,33 +279,52 @@ ptrdiff_t sumPairs(const OwnWindow& window, int32_t start, typename Op::Sum* sum
     return done;
 }
 
-// Sums shifted and limited. The last vector of a row overlaps the one before.
+// Sums shifted and limited.
 template <class Op, bool hasSign>
 void storePairs(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
                 ptrdiff_t width) {
-    constexpr ptrdiff_t cells = Pairs<Op>::cells;
+    using Cell = typename Op::Cell;
     const Pairs<Op> pairs(window, 0, window.tapCount);
     const Lanes from = Op::filled(start);
     const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(shift));
-    const auto block = [&]<int vectors>(ptrdiff_t at, char* to) {
-        Lanes even[vectors];
-        Lanes odd[vectors];
-        pairs.sum(from, at, even, odd);
-        for (int v = 0; v < vectors; ++v)
-            storeLanes(to + v * bytesOfLanes, Op::template pack<hasSign>(even[v], odd[v], by));
-    };
-    const auto inPlace = [&]<int vectors>(ptrdiff_t at) {
-        block.template operator()<vectors>(at, dst + at * bytesOfLanes / cells);
-    };
-    const ptrdiff_t done = inBlocks<2>(cells, width, inPlace);
-    if (done == width) return;
-    if (done > 0) {
-        inPlace.template operator()<1>(width - cells);
-        return;
-    }
-    char one[bytesOfLanes];
-    block.template operator()<1>(0, one);
-    memcpy(dst, one, static_cast<size_t>(width * (bytesOfLanes / cells)));
+    storeInBlocks<2>(
+        pairs.cells, sizeof(Cell), width, dst, [&]<int vectors>(ptrdiff_t at, char* to) {
+            Lanes even[vectors];
+            Lanes odd[vectors];
+            pairs.sum(from, at, even, odd);
+            for (int v = 0; v < vectors; ++v)
+                storeLanes(to + v * bytesOfLanes, Op::template pack<hasSign>(even[v], odd[v], by));
+        });
+}
+
+// Sums of samples of 32 bits from those of their halves, which with so few taps fit 32 bits. The
+// low halves are without a sign, less 32768.
+void storeHalves(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
+                 ptrdiff_t width) {
+    const Pairs<WordPairs> pairs(window, 0, window.tapCount);
+    const Lanes from = inEachWord(start);
+    const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(shift));
+    storeInBlocks<2>(pairs.cells, sizeof(int32_t), width, dst,
+                     [&]<int vectors>(ptrdiff_t at, char* to) {
+                         Lanes even[vectors];
+                         Lanes odd[vectors];
+                         Lanes lowEven[vectors];
+                         Lanes lowOdd[vectors];
+                         pairs.sum(inEachWord(0), at, even, odd);
+                         pairs.sum(from, at + window.lowHalves, lowEven, lowOdd);
+                         for (int v = 0; v < vectors; ++v) {
+                             if (shift == 0) {
+                                 even[v] = joinLimited(even[v], lowEven[v]);
+                                 odd[v] = joinLimited(odd[v], lowOdd[v]);
+                             } else {
+                                 even[v] = joinShifted(even[v], lowEven[v], by);
+                                 odd[v] = joinShifted(odd[v], lowOdd[v], by);
+                             }
+                             WordPairs::join(&even[v], &odd[v]);
+                             storeLanes(to + v * 2 * bytesOfLanes, even[v]);
+                             storeLanes(to + (v * 2 + 1) * bytesOfLanes, odd[v]);
+                         }
+                     });
 }
 
 } // namespace

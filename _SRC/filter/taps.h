@@ -19,7 +19,8 @@ struct OwnTap {
 // on by a cell.
 struct OwnWindow {
     const char* const* rows;
-    ptrdiff_t from; // cells
+    ptrdiff_t from;      // cells
+    ptrdiff_t lowHalves; // cells from the high halves of 32 bits to the low ones
     const OwnTap* taps;
     ptrdiff_t tapCount;
 
@@ -48,11 +49,12 @@ struct OwnTapTable {
     void (*words)(const OwnWindow& window, int32_t* sums, ptrdiff_t width);
     // In the order of the taps, each sum rounded.
     void (*floats)(const OwnWindow& window, double* sums, ptrdiff_t width);
-    // The sums of `bytes` or `wide`, shifted, limited and stored as samples of a depth (by
-    // ownDepthIndex), of up to ownMostTapsStored taps; null where that isn't worth it.
+    // The sums of `bytes`, of `wide`, or of both halves of 32 bits, shifted, limited and stored as
+    // samples of a depth (by ownDepthIndex), of up to ownMostTapsStored taps; null where that isn't
+    // worth it.
     using Store = void (*)(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
                            ptrdiff_t width);
-    Store stored[4];
+    Store stored[5];
 };
 
 struct OwnTaps {

@@ -192,7 +192,7 @@ constexpr OwnTapTable table = {
     sumFromZero<Floats>,
 #ifdef __AVX2__
     {storePairs<BytePairs, false>, storePairs<BytePairs, true>, storePairs<WordPairs, false>,
-     storePairs<WordPairs, true>},
+     storePairs<WordPairs, true>, storeHalves},
 #else
     {},
 #endif
