@@ -4,6 +4,7 @@
 #define FILTER_WINDOW_H
 
 #include "kit/shapes.h"
+#include "kit/tiles.h"
 
 #include <algorithm>
 
@@ -72,6 +73,16 @@ inline DaxROI cutRegion(const DaxImage* image) {
 inline Rect regionOf(const DaxImage* image) {
     const DaxROI roi = cutRegion(image);
     return {roi.xOffset, roi.yOffset, roi.height, roi.width};
+}
+
+// What was asked for, as in "Ar0,0 Dw1,0 ". Tiles that may not be held together are released
+// between.
+inline std::string requests(const kit::TileLog& log) {
+    std::string all;
+    for (const std::string& line : log.lines)
+        if (const size_t place = line.find_last_of(' '); line.substr(2, 7) != "release")
+            all += line.substr(0, 1) + line[2] + line.substr(place + 1) + ' ';
+    return all;
 }
 
 } // namespace window
