@@ -33,32 +33,44 @@ inline void ownMergeBits(char* dst, int32_t phase, ptrdiff_t count, uint32_t bit
     *dst = static_cast<char>(kept | (bits >> phase & mask));
 }
 
-// `count` whole bytes of bits from a bit position on, which is not at a byte, into other memory, in
-// steps of `step` bytes. The last step overlaps the one before rather than leave a rest.
-template <ptrdiff_t step>
-void ownShiftSteps(const char* at, const OwnByteShift& shift, char* dst, ptrdiff_t count) {
-    const auto take = [&](ptrdiff_t first) {
-        const auto* words = ownLanes<uint64_t>(at + first);
-        const auto* next = ownLanes<uint64_t>(at + first + 1);
-        auto* out = ownLanes<uint64_t>(dst + first);
-        OWN_EACH_ALONE
-        for (ptrdiff_t i = 0; i < step / 8; ++i) out[i] = shift(words[i], next[i]);
-    };
-    for (ptrdiff_t first = 0; first + step < count; first += step) take(first);
-    take(count - step);
-}
+// Whole bytes of a run of bits, from the source byte in which they begin: from a phase on if they
+// are shifted, and in the opposite order if they are turned.
+template <bool turned, bool shifted> struct OwnBitBytes {
+    OwnByteShift shift;
 
-inline void ownShiftBytes(const char* at, const OwnByteShift& shift, char* dst, ptrdiff_t count) {
-    if (count >= 32) {
-        ownShiftSteps<32>(at, shift, dst, count);
-    } else if (count >= 8) {
-        ownShiftSteps<8>(at, shift, dst, count);
-    } else {
-        for (ptrdiff_t i = 0; i < count; ++i)
-            dst[i] = static_cast<char>(static_cast<uint8_t>(at[i]) << shift.left |
-                                       static_cast<uint8_t>(at[i + 1]) >> shift.right);
+    // Eight of `count` bytes, from the `first` on.
+    uint64_t word(const char* src, ptrdiff_t first, ptrdiff_t count) const {
+        const char* at = src + (turned ? count - 8 - first : first);
+        uint64_t bits = *ownLanes<uint64_t>(at);
+        if (shifted) bits = shift(bits, *ownLanes<uint64_t>(at + 1));
+        return turned ? __builtin_bswap64(ownReversedBits(bits)) : bits;
     }
-}
+    uint8_t byte(const char* src, ptrdiff_t k, ptrdiff_t count) const {
+        const auto* at = reinterpret_cast<const uint8_t*>(src) + (turned ? count - 1 - k : k);
+        const uint64_t bits = shifted ? shift(at[0], at[1]) : at[0];
+        return static_cast<uint8_t>(turned ? ownReversedBits(bits) : bits);
+    }
+
+    // In steps of so many bytes. The last step overlaps the one before rather than leave a rest.
+    template <ptrdiff_t step> void steps(const char* src, char* dst, ptrdiff_t count) const {
+        const auto take = [&](ptrdiff_t first) {
+            auto* out = ownLanes<uint64_t>(dst + first);
+            OWN_EACH_ALONE
+            for (ptrdiff_t i = 0; i < step / 8; ++i) out[i] = word(src, first + i * 8, count);
+        };
+        for (ptrdiff_t first = 0; first + step < count; first += step) take(first);
+        take(count - step);
+    }
+
+    void run(const char* src, char* dst, ptrdiff_t count) const {
+        if (count >= 32)
+            steps<32>(src, dst, count);
+        else if (count >= 8)
+            steps<8>(src, dst, count);
+        else
+            for (ptrdiff_t k = 0; k < count; ++k) dst[k] = static_cast<char>(byte(src, k, count));
+    }
+};
 
 constexpr ptrdiff_t ownBitBlock = 1024; // bytes
 
@@ -66,8 +78,8 @@ constexpr ptrdiff_t ownBitBlock = 1024; // bytes
 inline const uint8_t* ownAlignBits(const char* src, ptrdiff_t bit, uint8_t* block,
                                    ptrdiff_t count) {
     if ((bit & 7) == 0) return reinterpret_cast<const uint8_t*>(src) + (bit >> 3);
-    ownShiftBytes(src + (bit >> 3), OwnByteShift(static_cast<int32_t>(bit & 7)),
-                  reinterpret_cast<char*>(block), count);
+    OwnBitBytes<false, true>{OwnByteShift(static_cast<int32_t>(bit & 7))}.run(
+        src + (bit >> 3), reinterpret_cast<char*>(block), count);
     return block;
 }
 

@@ -15,12 +15,16 @@ struct OwnStridedMovers {
     void (*fill)(uint32_t value, char* dst, ptrdiff_t step, ptrdiff_t count);
 };
 
+// Rows of bits that begin in the first byte of each side.
+using OwnBitMover = void (*)(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst,
+                             int32_t bitDst, ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows);
+
 struct OwnMoverTable {
     void (*swap)(char* a, char* b, ptrdiff_t byteCount);
     void (*fill16)(uint32_t value, char* dst, ptrdiff_t sampleCount);
     void (*fill32)(uint32_t value, char* dst, ptrdiff_t sampleCount);
-    void (*copyBits)(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
-                     ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows);
+    OwnBitMover copyBits;
+    OwnBitMover turnBits;        // each row in the opposite order
     OwnStridedMovers strided[3]; // by samples of 1, 2 and 4 bytes
 };
 
@@ -61,22 +65,34 @@ inline const OwnStridedMovers& ownStridedMovers(ptrdiff_t sampleBytes) {
     return ownRows<OwnMovers>().strided[sampleBytes / 2];
 }
 
-// Rows of bits. Bits count from the top of a row's first byte and may lie in any byte after it. The
-// destination's bits outside the run are kept.
-inline void ownCopyBitRows(const char* src, ptrdiff_t bitSrc, ptrdiff_t stepSrc, char* dst,
-                           ptrdiff_t bitDst, ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows) {
-    if (count > 0)
-        ownRows<OwnMovers>().copyBits(src + (bitSrc >> 3), static_cast<int32_t>(bitSrc & 7),
-                                      stepSrc, dst + (bitDst >> 3),
-                                      static_cast<int32_t>(bitDst & 7), stepDst, count, rows);
+// Rows of bits, as they are or each in the opposite order. Bits count from the top of a row's first
+// byte and may lie in any byte after it. The destination's bits outside the run are kept.
+inline void ownMoveBitRows(bool turned, const char* src, ptrdiff_t bitSrc, ptrdiff_t stepSrc,
+                           char* dst, ptrdiff_t bitDst, ptrdiff_t stepDst, ptrdiff_t count,
+                           ptrdiff_t rows) {
+    if (count <= 0) return;
+    const auto& movers = ownRows<OwnMovers>();
+    const OwnBitMover move = turned ? movers.turnBits : movers.copyBits;
+    move(src + (bitSrc >> 3), static_cast<int32_t>(bitSrc & 7), stepSrc, dst + (bitDst >> 3),
+         static_cast<int32_t>(bitDst & 7), stepDst, count, rows);
 }
 
 inline void ownCopyBits(const char* src, ptrdiff_t bitSrc, char* dst, ptrdiff_t bitDst,
                         ptrdiff_t count) {
-    ownCopyBitRows(src, bitSrc, 0, dst, bitDst, 0, count, 1);
+    ownMoveBitRows(false, src, bitSrc, 0, dst, bitDst, 0, count, 1);
 }
 
-void ownFillBits(bool on, char* dst, ptrdiff_t bitDst, ptrdiff_t count);
+inline void ownTurnBits(const char* src, ptrdiff_t bitSrc, char* dst, ptrdiff_t bitDst,
+                        ptrdiff_t count) {
+    ownMoveBitRows(true, src, bitSrc, 0, dst, bitDst, 0, count, 1);
+}
+
+void ownFillBitRows(bool on, char* dst, ptrdiff_t bitDst, ptrdiff_t stepDst, ptrdiff_t count,
+                    ptrdiff_t rows);
+
+inline void ownFillBits(bool on, char* dst, ptrdiff_t bitDst, ptrdiff_t count) {
+    ownFillBitRows(on, dst, bitDst, 0, count, 1);
+}
 
 inline bool ownGetBit(const char* row, ptrdiff_t bit) {
     return (row[bit >> 3] >> (7 - (bit & 7)) & 1) != 0;

@@ -365,27 +365,23 @@ private:
             else if (rotation.angle != 18000)
                 ownRows<OwnRotate>().turn(src, down * from.rowStep, -down * stepSrc, dst,
                                           to.rowStep, stepDst, pixelBytes, count, rows);
+            else if (bytes == 0)
+                ownMoveBitRows(true, src, x - (count - 1), -from.rowStep, dst, bit, to.rowStep,
+                               count, rows);
             else
                 for (ptrdiff_t row = 0; row < rows; ++row)
-                    moveBackwards(src - row * from.rowStep, x, dst + row * to.rowStep, bit, count);
+                    moveBackwards(src - row * from.rowStep, dst + row * to.rowStep, count);
         }
     }
 
     // A row of a half turn, from its last source pixel.
-    void moveBackwards(const char* src, int64_t bitSrc, char* dst, ptrdiff_t bit,
-                       ptrdiff_t count) const {
+    void moveBackwards(const char* src, char* dst, ptrdiff_t count) const {
         const ptrdiff_t pixelBytes = channels * bytes;
         const ptrdiff_t stepSrc = from.pixel * bytes;
-        if (bytes == 0) {
-            const ptrdiff_t first = bitSrc - (count - 1);
-            ownRows<OwnMirror>().reverseBits(src + (first >> 3), static_cast<int32_t>(first & 7),
-                                             dst + (bit >> 3), static_cast<int32_t>(bit & 7),
-                                             count);
-        } else if (stepSrc == pixelBytes && pixelDst == channels) {
+        if (stepSrc == pixelBytes && pixelDst == channels)
             ownRows<OwnMirror>().reverse(src - (count - 1) * stepSrc, dst, pixelBytes, count);
-        } else {
+        else
             ownStridedMovers(bytes).copy(src, -stepSrc, dst, pixelDst * bytes, count);
-        }
     }
 
     DaxImage* const destination;

@@ -34,9 +34,7 @@ struct Bits {
         ownCopyBits(src.row, src.index, dst.row, dst.index, count);
     }
     static void turn(const Place& src, const Place& dst, ptrdiff_t count) {
-        ownRows<OwnMirror>().reverseBits(
-            src.row + (src.index >> 3), static_cast<int32_t>(src.index & 7),
-            dst.row + (dst.index >> 3), static_cast<int32_t>(dst.index & 7), count);
+        ownTurnBits(src.row, src.index, dst.row, dst.index, count);
     }
     static void swap(const Place& a, const Place& b, ptrdiff_t count) {
         exchange(a, b, count, copy, [](ptrdiff_t done, ptrdiff_t) { return done; });
@@ -128,20 +126,46 @@ struct Block {
     }
 };
 
+// Runs of some rows, copied or each turned round.
+struct Rows {
+    Region from;
+    Region to;
+    ptrdiff_t count;
+    ptrdiff_t rows;
+};
+
+template <class Kind> void moveRows(const Kind& kind, bool turned, const Rows& runs) {
+    for (ptrdiff_t y = 0; y < runs.rows; ++y)
+        if (turned)
+            kind.turn(runs.from.row(y), runs.to.row(y), runs.count);
+        else
+            kind.copy(runs.from.row(y), runs.to.row(y), runs.count);
+}
+
+// A row of bits may take less time than to set up for it.
+void moveRows(const Bits&, bool turned, const Rows& runs) {
+    const Place& from = runs.from.first;
+    const Place& to = runs.to.first;
+    ownMoveBitRows(turned, from.row, from.index, runs.from.rowStep, to.row, to.index,
+                   runs.to.rowStep, runs.count, runs.rows);
+}
+
 // `end` is that of the source's data: a region of it may be wider than the image.
 template <class Kind>
 void mirrorAway(const Kind& kind, const Region& src, const char* end, const Region& dst,
                 const Block& block) {
-    for (ptrdiff_t y = 0; y < block.height; ++y) {
+    const auto roomOf = [&](ptrdiff_t y) { return kind.roomTo(end, src.row(y)); };
+    const bool roomy = roomOf(0) >= block.width && roomOf(block.height - 1) >= block.width;
+    const ptrdiff_t together = roomy ? block.height : 1;
+    const ptrdiff_t step = block.flipAxis == DAX_FLIP_COLUMNS ? src.rowStep : -src.rowStep;
+    for (ptrdiff_t y = 0; y < block.height; y += together) {
         const Place from = src.row(block.sourceRow(y));
         const Place to = dst.row(y);
-        const ptrdiff_t room = kind.roomTo(end, from);
+        const ptrdiff_t room = roomy ? block.width : kind.roomTo(end, from);
         const ptrdiff_t count = room < block.width ? room : block.width;
         if (count <= 0) continue;
-        if (block.rowsTurn())
-            kind.turn(from, to.past(block.width - count), count);
-        else
-            kind.copy(from, to, count);
+        const Place first = block.rowsTurn() ? to.past(block.width - count) : to;
+        moveRows(kind, block.rowsTurn(), {{from, step}, {first, dst.rowStep}, count, together});
     }
 }
 

@@ -6,12 +6,10 @@
 #include <cstdint>
 
 struct OwnMirrorTable {
-    // Runs of pixels, and of bits, in the opposite order, into other memory; and two runs that
-    // change places, each in the opposite order.
+    // A run of pixels in the opposite order, into other memory; and two runs that change places,
+    // each in the opposite order.
     void (*reverse)(const char* src, char* dst, ptrdiff_t pixelBytes, ptrdiff_t count);
     void (*swapReversed)(char* a, char* b, ptrdiff_t pixelBytes, ptrdiff_t count);
-    void (*reverseBits)(const char* src, int32_t bitSrc, char* dst, int32_t bitDst,
-                        ptrdiff_t count);
 };
 
 struct OwnMirror {

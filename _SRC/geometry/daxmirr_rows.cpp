@@ -1,6 +1,5 @@
 #include "geometry/daxmirr.h"
 
-#include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
 #include "frame/vectors.h"
@@ -105,45 +104,7 @@ void swapReversed(char* a, char* b, ptrdiff_t pixelBytes, ptrdiff_t count) {
     }
 }
 
-uint32_t reversedByte(uint32_t byte) {
-    byte = (byte & 0xF0) >> 4 | (byte & 0x0F) << 4;
-    byte = (byte & 0xCC) >> 2 | (byte & 0x33) << 2;
-    return (byte & 0xAA) >> 1 | (byte & 0x55) << 1;
-}
-
-void ownMirrorBits(const char* src, int32_t bitSrc, char* dst, int32_t bitDst, ptrdiff_t count) {
-    // What is left of the source ends at `end`.
-    ptrdiff_t end = bitSrc + count;
-    const auto takeEdge = [&](ptrdiff_t bits) {
-        const uint32_t taken = ownFetchBits(src, end - bits, bits);
-        ownMergeBits(dst, bitDst, bits, reversedByte(taken) << (8 - bits) & 0xFF);
-        end -= bits;
-        count -= bits;
-    };
-    if (bitDst != 0) {
-        takeEdge(count < 8 - bitDst ? count : 8 - bitDst);
-        ++dst;
-        bitDst = 0;
-    }
-    uint8_t block[ownBitBlock];
-    uint8_t turned[ownBitBlock];
-    while (count >= 8) {
-        const ptrdiff_t bytes = count / 8 < ownBitBlock ? count / 8 : ownBitBlock;
-        const uint8_t* at = ownAlignBits(src, end - bytes * 8, block, bytes);
-        const auto* words = ownLanes<uint64_t>(reinterpret_cast<const char*>(at));
-        auto* out = ownLanes<uint64_t>(reinterpret_cast<char*>(turned));
-        for (ptrdiff_t k = 0; k < bytes / 8; ++k) out[k] = ownReversedBits(words[k]);
-        for (ptrdiff_t k = bytes / 8 * 8; k < bytes; ++k)
-            turned[k] = static_cast<uint8_t>(reversedByte(at[k]));
-        reverseSamples<uint8_t>(reinterpret_cast<const char*>(turned), dst, bytes);
-        dst += bytes;
-        end -= bytes * 8;
-        count -= bytes * 8;
-    }
-    if (count > 0) takeEdge(count);
-}
-
-constexpr OwnMirrorTable table = {reverse, swapReversed, ownMirrorBits};
+constexpr OwnMirrorTable table = {reverse, swapReversed};
 
 } // namespace
 

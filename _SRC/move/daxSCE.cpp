@@ -86,7 +86,7 @@ void copyPlain(const DaxImage* srcImage, const DaxImage* dstImage) {
     Runs runs;
     if (!pairRuns(srcImage, dstImage, &src, &dst, &runs)) return;
     if (runs.sample == 0) {
-        ownCopyBitRows(src.rowStart, ownRoiX(srcImage), src.rowStep, dst.rowStart,
+        ownMoveBitRows(false, src.rowStart, ownRoiX(srcImage), src.rowStep, dst.rowStart,
                        ownRoiX(dstImage), dst.rowStep, runs.count, runs.rows);
     } else if (runs.whole) {
         eachRun(runs, src, dst, [&](const char* from, char* to) {
@@ -189,10 +189,13 @@ void setPlain(const DaxImage* dstImage, int32_t fillValue) {
     join(&runs, dst, dst);
     const auto value = static_cast<uint32_t>(clampedTo(dstImage->depth, fillValue));
     const uint32_t bits = value != 0 ? 0xFF : 0;
+    if (runs.sample == 0) {
+        ownFillBitRows(value != 0, dst.rowStart, ownRoiX(dstImage), dst.rowStep, runs.count,
+                       runs.rows);
+        return;
+    }
     eachRun(runs, dst, dst, [&](char* at, char*) {
-        if (runs.sample == 0)
-            ownFillBits(value != 0, at, ownRoiX(dstImage), runs.count);
-        else if (dstImage->depth == DAX_DEPTH_1U)
+        if (dstImage->depth == DAX_DEPTH_1U)
             ownFillRow8(bits, at, runs.count);
         else if (whole)
             ownFillRow(runs.sample, value, at, runs.count);
