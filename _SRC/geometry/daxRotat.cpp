@@ -12,6 +12,7 @@
 #include "frame/movers.h"
 #include "frame/planeview.h"
 #include "frame/planewalk.h"
+#include "geometry/bits.h"
 #include "geometry/blocks.h"
 #include "geometry/daxmirr.h"
 #include "geometry/nearest.h"
@@ -358,10 +359,8 @@ private:
             char* dst = to.rowStart + plane * to.planeStep + (places.top - Y0) * to.rowStep +
                         column * stepDst;
             if (rotation.angle != 18000 && bytes == 0)
-                ownRows<OwnRotate>().turnBits(src + (x >> 3), static_cast<int32_t>(x & 7),
-                                              down * from.rowStep, static_cast<int32_t>(-down),
-                                              dst + (bit >> 3), static_cast<int32_t>(bit & 7),
-                                              to.rowStep, count, rows);
+                ownRows<OwnBits>().turn({src + (x >> 3), x & 7, down * from.rowStep, -down,
+                                         dst + (bit >> 3), bit & 7, to.rowStep, count, rows});
             else if (rotation.angle != 18000)
                 ownRows<OwnRotate>().turn(src, down * from.rowStep, -down * stepSrc, dst,
                                           to.rowStep, stepDst, pixelBytes, count, rows);

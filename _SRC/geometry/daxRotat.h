@@ -55,11 +55,9 @@ struct OwnRotateTable {
     void (*cubic[2])(const OwnTurned& src, const OwnRealPlaces& places, int64_t column, char* dst,
                      ptrdiff_t stepDst, ptrdiff_t count);
     // Quarter turns: the destination's pixel (x, y) comes from `src` + x `stepX` + y `stepY`. All
-    // distances are in bytes, those of bits in bits of rows of bytes.
+    // distances are in bytes.
     void (*turn)(const char* src, ptrdiff_t stepX, ptrdiff_t stepY, char* dst, ptrdiff_t rowStep,
                  ptrdiff_t stepDst, ptrdiff_t pixelBytes, ptrdiff_t width, ptrdiff_t height);
-    void (*turnBits)(const char* src, int32_t bitSrc, ptrdiff_t stepX, int32_t bitStepY, char* dst,
-                     int32_t bitDst, ptrdiff_t rowStep, ptrdiff_t width, ptrdiff_t height);
 };
 
 struct OwnRotate {

@@ -501,43 +501,6 @@ void turn(const char* src, ptrdiff_t stepX, ptrdiff_t stepY, char* dst, ptrdiff_
     parts(src, stepX, stepY, dst, rowStep, stepDst, pixelBytes, width, height);
 }
 
-// Eight rows of eight bits, the first in the top byte, become columns.
-uint64_t turnedBits(uint64_t rows) {
-    const auto swap = [&rows](int32_t distance, uint64_t mask) {
-        const uint64_t differing = (rows ^ rows >> distance) & mask;
-        rows ^= differing ^ differing << distance;
-    };
-    swap(7, 0x00AA00AA00AA00AAu);
-    swap(14, 0x0000CCCC0000CCCCu);
-    swap(28, 0x00000000F0F0F0F0u);
-    return rows;
-}
-
-// A byte each of up to eight rows of the source makes a byte each of up to eight rows of the
-// destination.
-void turnBits(const char* src, int32_t bitSrc, ptrdiff_t stepX, int32_t bitStepY, char* dst,
-              int32_t bitDst, ptrdiff_t rowStep, ptrdiff_t width, ptrdiff_t height) {
-    for (ptrdiff_t x = 0; x < width;) {
-        const ptrdiff_t at = bitDst + x;
-        const ptrdiff_t phase = at & 7;
-        const ptrdiff_t bits = width - x < 8 - phase ? width - x : 8 - phase;
-        for (ptrdiff_t y = 0; y < height;) {
-            const ptrdiff_t byte = (bitSrc + y * bitStepY) >> 3;
-            uint64_t rows = 0;
-            for (ptrdiff_t k = 0; k < bits; ++k)
-                rows |= uint64_t{static_cast<uint8_t>(src[(x + k) * stepX + byte])} << (56 - 8 * k);
-            const uint64_t columns = turnedBits(rows);
-            for (; y < height; ++y) {
-                const ptrdiff_t bit = bitSrc + y * bitStepY - byte * 8;
-                if (bit < 0 || bit > 7) break;
-                ownMergeBits(dst + y * rowStep + (at >> 3), static_cast<int32_t>(phase), bits,
-                             static_cast<uint8_t>(columns >> (56 - 8 * bit)));
-            }
-        }
-        x += bits;
-    }
-}
-
 constexpr OwnRotateTable table = {
     ownRotateNN1,
     ownRotateNN8,
@@ -545,8 +508,7 @@ constexpr OwnRotateTable table = {
     ownRotateNN16,
     ownRotateLinear16,
     {ownRotateCubic<uint8_t, float>, ownRotateCubic<uint16_t, double>},
-    turn,
-    turnBits};
+    turn};
 
 } // namespace
 

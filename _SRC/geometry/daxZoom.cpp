@@ -11,6 +11,7 @@
 #include "frame/memory.h"
 #include "frame/movers.h"
 #include "frame/planewalk.h"
+#include "geometry/bits.h"
 #include "geometry/blocks.h"
 #include "geometry/nearest.h"
 #include "geometry/picks.h"
@@ -145,30 +146,43 @@ private:
         return true;
     }
 
+    void nearestBits(double x0, double y0) const {
+        const auto placesOf = [](const Extent& extent, double step, double part) {
+            const int64_t first = int64_t{extent.offset} * (int64_t{1} << unitBits);
+            return OwnBitPlaces{first + ownFloor(part * unit), ownFloor(step * unit), unitBits, 0,
+                                int64_t{extent.size()} - 1};
+        };
+        const ptrdiff_t bit = x.dstOffset;
+        ownRows<OwnBits>().pick({from.row(0, -y.offset), from.rowStep, placesOf(x, scale.x, x0),
+                                 placesOf(y, scale.y, y0), to.row(0, 0) + (bit >> 3), bit & 7,
+                                 to.rowStep, x.count, y.count});
+    }
+
     void nearest(double x0, double y0) const {
+        if (bytes == 0) {
+            nearestBits(x0, y0);
+            return;
+        }
         const int64_t stepX = ownFloor(scale.x * unit);
         const int64_t stepY = ownFloor(scale.y * unit);
         const int64_t startX = ownFloor(x0 * unit);
         const int64_t startY = ownFloor(y0 * unit);
         const auto rowOf = [&](int64_t k) { return y.inside((startY + k * stepY) >> unitBits); };
-        const ptrdiff_t pixel = bytes == 0 ? 1 : channels * bytes;
+        const ptrdiff_t pixel = channels * bytes;
         constexpr ptrdiff_t most = 4096;
         const ptrdiff_t room = OwnPicks::mostBytes / pixel;
         const ptrdiff_t strip = room > most ? most : room > 0 ? room : 1;
-        const ptrdiff_t end =
-            bytes == 0 ? (ptrdiff_t{x.size()} + 7) / 8 : (x.last * from.pixel + channels) * bytes;
+        const ptrdiff_t end = (x.last * from.pixel + channels) * bytes;
         int32_t at[most];
         OwnPicks picks;
         for (ptrdiff_t done = 0; done < x.count; done += strip) {
             const ptrdiff_t count = x.count - done < strip ? x.count - done : strip;
             for (ptrdiff_t i = 0; i < count; ++i) {
                 const int64_t column = x.inside((startX + (done + i) * stepX) >> unitBits);
-                at[i] = static_cast<int32_t>(bytes == 0 ? x.offset + column
-                                                        : column * from.pixel * bytes);
+                at[i] = static_cast<int32_t>(column * from.pixel * bytes);
             }
-            const ptrdiff_t bit = x.dstOffset + done;
-            picks.set({bytes, channels, bytes == 0 ? bit & 7 : to.pixel * bytes, end}, at, count);
-            const ptrdiff_t first = bytes == 0 ? bit >> 3 : done * to.pixel * bytes;
+            picks.set({bytes, channels, to.pixel * bytes, end}, at, count);
+            const ptrdiff_t first = done * to.pixel * bytes;
             for (ptrdiff_t plane = 0; plane < planes; ++plane) {
                 ptrdiff_t same = 0;
                 for (ptrdiff_t k = 0; k < y.count; k += same) {

@@ -12,6 +12,7 @@
 #include "frame/movers.h"
 #include "frame/ownrect.h"
 #include "frame/planeview.h"
+#include "geometry/bits.h"
 #include "geometry/picks.h"
 
 namespace {
@@ -108,19 +109,21 @@ public:
           bytes(ownDepthBits(job.depth) / 8) {}
 
     void run(const Range& columns, const Range& rows) const {
+        if (bytes == 0) {
+            pickBits(columns, rows);
+            return;
+        }
         // Pixels that lie side by side in both images go whole.
-        const bool whole = bytes != 0 && job.channels <= wholeChannels &&
-                           src.channelStep == bytes && src.pixelStep == job.channels * bytes &&
-                           dst.channelStep == bytes && dst.pixelStep == src.pixelStep;
+        const bool whole = job.channels <= wholeChannels && src.channelStep == bytes &&
+                           src.pixelStep == job.channels * bytes && dst.channelStep == bytes &&
+                           dst.pixelStep == src.pixelStep;
         const ptrdiff_t samples = whole ? job.channels : 1;
-        const bool nearest = bytes == 0 || job.scheme == DAX_INTER_NN;
+        const bool nearest = job.scheme == DAX_INTER_NN;
         // Windows need room by how far the places of neighbours lie apart.
         int64_t strip = nearest ? mostPicks : mostSamples;
-        if (bytes != 0) {
-            const int64_t apart = (x.step >> unitBits) * (whole ? 1 : src.pixelStep / bytes) + 2;
-            const int64_t room = OwnPicks::mostBytes / bytes / apart;
-            strip = (room < 128 ? 128 : room < strip ? room : strip) / samples;
-        }
+        const int64_t apart = (x.step >> unitBits) * (whole ? 1 : src.pixelStep / bytes) + 2;
+        const int64_t room = OwnPicks::mostBytes / bytes / apart;
+        strip = (room < 128 ? 128 : room < strip ? room : strip) / samples;
         for (int32_t c = 0; c < (whole ? 1 : job.channels); ++c)
             for (int64_t first = columns.begin; first < columns.end; first += strip) {
                 const int64_t rest = columns.end - first;
@@ -156,22 +159,30 @@ private:
                (src.channelStep == bytes ? (src.pixelStep - bytes) : 0);
     }
 
+    void pickBits(const Range& columns, const Range& rows) const {
+        // The first place is 1/256 before a sample at 0 where it shouldn't be: there it counts as
+        // 0.
+        const auto placesOf = [](const Axis& axis, const Range& range, int64_t offset,
+                                 int64_t size) {
+            const int64_t first = axis.start + range.begin * axis.step - (axis.between ? 1 : 0);
+            return OwnBitPlaces{first - (offset << unitBits), axis.step, unitBits, 0, size - 1};
+        };
+        const int64_t bit = bitDst + columns.begin;
+        ownRows<OwnBits>().pick({rowAt(0, 0), src.rowStep, placesOf(x, columns, src.x, src.width),
+                                 placesOf(y, rows, src.y, src.height),
+                                 placeOf(0, columns.begin, rows.begin) + (bit >> 3), bit & 7,
+                                 dst.rowStep, columns.end - columns.begin, rows.end - rows.begin});
+    }
+
     void pick(int32_t c, ptrdiff_t samples, const Range& columns, const Range& rows) const {
         int32_t at[mostPicks];
         const ptrdiff_t count = columns.end - columns.begin;
         for (ptrdiff_t i = 0; i < count; ++i)
-            at[i] = static_cast<int32_t>((x.sample(columns.begin + i) - src.x) *
-                                         (bytes == 0 ? 1 : src.pixelStep));
-        const int64_t bit = bitDst + columns.begin;
+            at[i] = static_cast<int32_t>((x.sample(columns.begin + i) - src.x) * src.pixelStep);
         OwnPicks picks;
-        if (bytes == 0)
-            picks.set({0, 1, bit & 7, (src.width + 7) / 8}, at, count);
-        else
-            picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at,
-                      count);
+        picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at, count);
         for (int64_t k = rows.begin; k < rows.end; ++k)
-            picks.run(rowAt(c, y.sample(k) - src.y),
-                      placeOf(c, columns.begin, k) + (bytes == 0 ? bit >> 3 : 0), 0, 1);
+            picks.run(rowAt(c, y.sample(k) - src.y), placeOf(c, columns.begin, k), 0, 1);
     }
 
     // A strip of columns, which is the same for all rows but for its samples.

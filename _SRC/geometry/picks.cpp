@@ -21,15 +21,13 @@ void OwnPicks::set(const OwnPickForm& theForm, const int32_t* at, ptrdiff_t coun
     form = theForm;
     places = at;
     placeCount = count;
-    windows = {ownRows<OwnPick>().widest(), 0, 0, first, order, order + mostBits};
+    windows = {ownRows<OwnPick>().widest(), 0, 0, first, order};
     if (form.end < windows.width) windows.width = 16;
-    head = form.bytes != 0 || form.stepDst == 0 ? 0 : 8 - form.stepDst;
-    if (head > count) head = count;
     if (ownRows<OwnPick>().widest() == 0 || form.end < windows.width) return;
-    if (!(form.bytes == 0 ? findBitWindows() : findByteWindows())) windows.count = 0;
+    if (!findWindows()) windows.count = 0;
 }
 
-bool OwnPicks::findByteWindows() {
+bool OwnPicks::findWindows() {
     const ptrdiff_t width = windows.width;
     const ptrdiff_t pixel = form.samples * form.bytes;
     if (form.stepDst != pixel || pixel > mostBytes || placeCount > mostBytes / pixel) return false;
@@ -76,51 +74,15 @@ bool OwnPicks::findByteWindows() {
     return true;
 }
 
-// A single window to a step. The lowest bit of a step's number is the rightmost bit of its first
-// byte.
-bool OwnPicks::findBitWindows() {
-    const ptrdiff_t count = placeCount - head;
-    const ptrdiff_t width = windows.width;
-    const ptrdiff_t stepBits = width == 64 ? 64 : 32;
-    windows.steps = (count + stepBits - 1) / stepBits;
-    windows.count = 1;
-    if (windows.steps * stepBits > mostBits) return false;
-    uint8_t* const masks = order + mostBits;
-    for (ptrdiff_t step = 0; step < windows.steps; ++step) {
-        const int32_t* at = places + head + step * stepBits;
-        const ptrdiff_t rest = count - step * stepBits;
-        const int32_t next = least(at, rest < stepBits ? rest : stepBits) >> 3;
-        if (next < 0) return false;
-        const int32_t start =
-            next < form.end - width ? next : static_cast<int32_t>(form.end - width);
-        first[step] = start;
-        for (ptrdiff_t lane = 0; lane < stepBits; ++lane) {
-            const ptrdiff_t bit = lane ^ 7;
-            const bool there = bit < rest;
-            const int32_t place = there ? (at[bit] >> 3) - start : 0;
-            if (place < 0 || place >= width) return false;
-            order[step * stepBits + lane] = static_cast<uint8_t>(place);
-            masks[step * stepBits + lane] = static_cast<uint8_t>(there ? 0x80 >> (at[bit] & 7) : 0);
-        }
-    }
-    return true;
-}
-
 void OwnPicks::run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const {
     const auto& kernels = ownRows<OwnPick>();
-    if (form.bytes != 0 && windows.count != 0) {
+    if (windows.count != 0) {
         kernels.bytes(src, windows, dst, rowStep, rows, placeCount * form.stepDst);
         return;
     }
     const ptrdiff_t pixel = form.samples * form.bytes;
     for (ptrdiff_t row = 0; row < rows; ++row, dst += rowStep) {
-        if (form.bytes == 0) {
-            const auto phase = static_cast<int32_t>(form.stepDst);
-            const ptrdiff_t single = windows.count != 0 ? head : placeCount;
-            kernels.bitByBit(src, places, dst, phase, single);
-            if (single < placeCount)
-                kernels.bits(src, windows, dst + (phase + single) / 8, placeCount - single);
-        } else if (row > 0 && form.stepDst == pixel) {
+        if (row > 0 && form.stepDst == pixel) {
             ownCopyRow(dst - rowStep, dst, placeCount * pixel);
         } else {
             kernels.pixels[form.bytes - 1](src, places, dst, form.stepDst, form.samples,

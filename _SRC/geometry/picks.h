@@ -6,23 +6,21 @@
 #include <cstddef>
 #include <cstdint>
 
-// The destination row goes in steps, each out of one or a few stretches of the source row. Bytes go
-// in steps as wide as the windows, 64 or 16 bytes; bits in steps of 64 or 32.
+// The destination row goes in steps as wide as the windows, 64 or 16 bytes, each out of one or a
+// few stretches of the source row.
 struct OwnWindows {
     ptrdiff_t width;
     ptrdiff_t steps;
     ptrdiff_t count;      // windows to a step; 0 if there are none and places count one by one
     const int32_t* first; // of each window, `steps` at a time
-    // The place in the window of every byte of a step, or that of every bit; 0x80 for one that
-    // comes from another window.
+    // The place in the window of every byte of a step; 0x80 for one that comes from another window.
     const uint8_t* order;
-    const uint8_t* mask; // of the bit in its byte
 };
 
 struct OwnPickForm {
-    ptrdiff_t bytes;   // of a sample, 0 for bits; places count bytes or bits
+    ptrdiff_t bytes;   // of a sample; places count bytes
     ptrdiff_t samples; // of a pixel
-    ptrdiff_t stepDst; // bytes from pixel to pixel; of bits, the phase of the first
+    ptrdiff_t stepDst; // bytes from pixel to pixel
     ptrdiff_t end;     // of the bytes of a source row that may be read
 };
 
@@ -30,7 +28,6 @@ class OwnPicks {
 public:
     // Of a destination row, for windows.
     static constexpr ptrdiff_t mostBytes = 16384;
-    static constexpr ptrdiff_t mostBits = mostBytes / 2;
 
     // `at` is used on.
     void set(const OwnPickForm& theForm, const int32_t* at, ptrdiff_t count);
@@ -38,13 +35,11 @@ public:
     void run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const;
 
 private:
-    bool findByteWindows();
-    bool findBitWindows();
+    bool findWindows();
 
     OwnPickForm form;
     const int32_t* places;
     ptrdiff_t placeCount;
-    ptrdiff_t head; // bits before the first whole byte
     OwnWindows windows;
     int32_t first[mostBytes / 16];
     uint8_t order[mostBytes];
@@ -54,12 +49,9 @@ struct OwnPickTable {
     ptrdiff_t (*widest)(); // the width of windows that the kernels can do with, or 0
     void (*bytes)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t rowStep,
                   ptrdiff_t rows, ptrdiff_t count);
-    void (*bits)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t count);
-    // One by one; pixels of samples of 1 or 2 bytes, and bits.
+    // One by one; pixels of samples of 1 or 2 bytes.
     void (*pixels[2])(const char* src, const int32_t* at, char* dst, ptrdiff_t stepDst,
                       ptrdiff_t samples, ptrdiff_t count);
-    void (*bitByBit)(const char* src, const int32_t* at, char* dst, int32_t bitDst,
-                     ptrdiff_t count);
 };
 
 struct OwnPick {

@@ -1,6 +1,5 @@
 #include "geometry/picks.h"
 
-#include "frame/bit_lanes.h"
 #include "frame/kernels.h"
 #include "frame/lanes.h"
 #include "frame/vectors.h"
@@ -40,17 +39,6 @@ __attribute__((target("avx512vbmi"))) void permuteBytes(const char* src, const O
         }
     }
 }
-
-__attribute__((target("avx512vbmi"))) void permuteBits(const char* src, const OwnWindows& windows,
-                                                       char* block) {
-    for (ptrdiff_t step = 0; step < windows.steps; ++step) {
-        const __m512i order = _mm512_loadu_si512(windows.order + step * 64);
-        const __m512i mask = _mm512_loadu_si512(windows.mask + step * 64);
-        const __m512i window = _mm512_loadu_si512(src + windows.first[step]);
-        const uint64_t bits = _mm512_test_epi8_mask(_mm512_permutexvar_epi8(order, window), mask);
-        memcpy(block + step * 8, &bits, sizeof bits);
-    }
-}
 #endif
 
 #if defined(__AVX2__)
@@ -72,20 +60,6 @@ void shuffleBytes(const char* src, const OwnWindows& windows, char* dst, ptrdiff
         const ptrdiff_t rest = count - step * 16;
         for (ptrdiff_t row = 0; row < rows; ++row)
             memcpy(dst + row * rowStep, &result, rest < 16 ? static_cast<size_t>(rest) : 16);
-    }
-}
-
-void shuffleBits(const char* src, const OwnWindows& windows, char* block) {
-    for (ptrdiff_t step = 0; step < windows.steps; ++step) {
-        const auto at = [step](const uint8_t* lanes) {
-            return _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(lanes + step * 32));
-        };
-        const __m256i window = _mm256_broadcastsi128_si256(windowOf(src, windows.first[step]));
-        const __m256i mask = at(windows.mask);
-        const __m256i bytes = _mm256_shuffle_epi8(window, at(windows.order));
-        const int32_t bits =
-            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_and_si256(bytes, mask), mask));
-        memcpy(block + step * 4, &bits, sizeof bits);
     }
 }
 #endif
@@ -116,21 +90,6 @@ void pickBytes([[maybe_unused]] const char* src, [[maybe_unused]] const OwnWindo
 #endif
 }
 
-void pickBits([[maybe_unused]] const char* src, [[maybe_unused]] const OwnWindows& windows,
-              [[maybe_unused]] char* dst, [[maybe_unused]] ptrdiff_t count) {
-#if defined(__AVX2__)
-    char block[OwnPicks::mostBits / 8];
-    auto pick = shuffleBits;
-#if defined(__AVX512BW__)
-    if (windows.width == 64) pick = permuteBits;
-#endif
-    pick(src, windows, block);
-    memcpy(dst, block, static_cast<size_t>(count / 8));
-    if (count % 8 != 0)
-        ownMergeBits(dst + count / 8, 0, count % 8, static_cast<uint8_t>(block[count / 8]));
-#endif
-}
-
 template <class T>
 void pickPixels(const char* src, const int32_t* at, char* dst, ptrdiff_t stepDst, ptrdiff_t samples,
                 ptrdiff_t count) {
@@ -141,25 +100,7 @@ void pickPixels(const char* src, const int32_t* at, char* dst, ptrdiff_t stepDst
     }
 }
 
-void pickBitByBit(const char* src, const int32_t* at, char* dst, int32_t bitDst, ptrdiff_t count) {
-    const auto bitsFrom = [&](ptrdiff_t i, ptrdiff_t bits) {
-        uint32_t taken = 0;
-        for (ptrdiff_t k = 0; k < bits; ++k)
-            taken = taken << 1 |
-                    (static_cast<uint8_t>(src[at[i + k] >> 3]) >> (7 - (at[i + k] & 7)) & 1);
-        return taken << (8 - bits);
-    };
-    ptrdiff_t done = 0;
-    if (bitDst != 0) {
-        done = count < 8 - bitDst ? count : 8 - bitDst;
-        if (done > 0) ownMergeBits(dst++, bitDst, done, bitsFrom(0, done));
-    }
-    for (; done + 8 <= count; done += 8) *dst++ = static_cast<char>(bitsFrom(done, 8));
-    if (done < count) ownMergeBits(dst, 0, count - done, bitsFrom(done, count - done));
-}
-
-constexpr OwnPickTable table = {
-    widest, pickBytes, pickBits, {pickPixels<uint8_t>, pickPixels<uint16_t>}, pickBitByBit};
+constexpr OwnPickTable table = {widest, pickBytes, {pickPixels<uint8_t>, pickPixels<uint16_t>}};
 
 } // namespace
 
