@@ -236,32 +236,6 @@ TEST(Mirror, OrderOfTiles) {
               (Lines{"D write 1,1", "D write 0,1", "D write 1,0", "D write 0,0"}));
 }
 
-// Nothing is told of tiles and memory that can't be had; what depends on them stays as it was, or
-// in place may be half done.
-TEST(Mirror, WhatCantBeHad) {
-    kit::forSeeds(60, [](Random& random) {
-        kit::Reports reports;
-        const Scene scene(random, random.chance(40));
-        Trial whole(scene);
-        whole.call();
-        const auto check = [&](const Trial& is) {
-            if (!scene.inPlace) kit::expectPartDone(is.result(1), scene.images[1], whole.result(1));
-        };
-        for (int32_t n = 1; n <= std::min(whole.log.requests, 20); ++n) {
-            Trial is(scene);
-            is.log.failRequest = n;
-            is.call();
-            check(is);
-        }
-        kit::forEachFailedRequest([&](kit::StandIn&) {
-            Trial is(scene);
-            is.call();
-            check(is);
-        });
-        EXPECT_EQ(reports.take(), Lines());
-    });
-}
-
 TEST(Mirror, Reports) {
     kit::Reports reports;
     const auto call = [&](const Shape& a, const Shape& b, int32_t flipAxis, bool unsound = false) {

@@ -363,23 +363,6 @@ TEST(Rotate, TiledImages) {
     });
 }
 
-TEST(Rotate, Failures) {
-    kit::forSeeds(50, [](Random& random) {
-        kit::Reports reports;
-        const Scene scene(random, anyPair(random));
-        const Call call(random, scene.images[0]);
-        const int32_t origin = scene.images[0].header.origin;
-        expectOrderlyFailures(
-            scene,
-            [&](Trial& trial) {
-                call.make(trial.argument(0), trial.argument(1), trial.tilePos());
-                EXPECT_EQ(trial.argument(0)->origin, origin);
-                EXPECT_EQ(trial.argument(1)->origin, origin);
-            },
-            "daxRotate daxRotat", false, reports);
-    });
-}
-
 std::vector<int64_t> samplesOf(const Image& image) {
     std::vector<int64_t> samples;
     for (int32_t y = 0; y < image.header.height; ++y)

@@ -34,38 +34,4 @@ Scene::Scene(Random& random, std::vector<Image> pair)
     if (pos && (*pos)[0] < regionOf(images[1]).yOffset / sizes[3]) pos.reset();
 }
 
-void expectOrderlyFailures(const kit::Scene& scene, const std::function<void(Trial&)>& call,
-                           const std::string& name, bool roiStays, kit::Reports& reports) {
-    Trial whole(scene);
-    call(whole);
-    EXPECT_EQ(reports.take(), Lines());
-    const Image done = whole.result(1);
-    const auto expectPart = [&](const Trial& is) {
-        kit::expectPartDone(is.result(1), scene.images[1], done);
-    };
-    Lines requests = whole.log.lines;
-    std::erase_if(requests,
-                  [](const std::string& line) { return line.find("release") != line.npos; });
-    if (requests.size() > 20) requests.resize(20);
-    for (size_t n = 0; n < requests.size(); ++n) {
-        SCOPED_TRACE("failing: " + requests[n]);
-        Trial is(scene);
-        is.log.failRequest = static_cast<int32_t>(n) + 1;
-        call(is);
-        const bool told = requests[n][0] == 'D';
-        EXPECT_EQ(reports.take(),
-                  told ? Lines{"-2 " + name + " Error get tile to write"} : Lines());
-        EXPECT_EQ(is.argument(0)->roi != is.callersRoi[0], told && roiStays);
-        EXPECT_EQ(is.argument(1)->roi, is.callersRoi[1]);
-        expectPart(is);
-    }
-    kit::forEachFailedRequest([&](kit::StandIn&) {
-        Trial is(scene);
-        call(is);
-        EXPECT_EQ(is.argument(1)->roi, is.callersRoi[1]);
-        expectPart(is);
-    });
-    EXPECT_EQ(reports.take(), Lines());
-}
-
 } // namespace geometry

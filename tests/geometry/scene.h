@@ -10,7 +10,6 @@
 #include "frame/border.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace geometry {
 
@@ -32,12 +31,6 @@ std::vector<Image> resamplingPair(Random& random, int32_t mostSize = 60, bool sl
 struct Scene : kit::Scene {
     Scene(Random& random, std::vector<Image> pair);
 };
-
-// Lets every tile request and every allocation fail in turn. A tile to write is reported with
-// status -2 under `name`, anything else is silent; what was done before stays, and the source's
-// region isn't put back after a failed tile if `roiStays`.
-void expectOrderlyFailures(const kit::Scene& scene, const std::function<void(Trial&)>& call,
-                           const std::string& name, bool roiStays, kit::Reports& reports);
 
 } // namespace geometry
 

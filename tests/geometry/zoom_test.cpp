@@ -307,32 +307,6 @@ TEST(Zoom, BlocksCountFromTheCorner) {
     }
 }
 
-TEST(Zoom, Failures) {
-    kit::forSeeds(60, [](Random& random) {
-        kit::Reports reports;
-        const Scene scene(random, resamplingPair(random));
-        const Factors factors = anyFactors(random);
-        const int32_t interpolate = random.in(0, 2);
-        const auto call = [&](Trial& trial) {
-            daxZoom(trial.argument(0), trial.argument(1), factors.xU, factors.xL, factors.yU,
-                    factors.yL, interpolate, trial.tilePos());
-        };
-        expectOrderlyFailures(scene, call, "daxZoom daxZoom", !scene.srcTiled(), reports);
-    });
-    // Plain images need work rows, without which nothing is done.
-    Random random(1);
-    for (const int32_t interpolate : {DAX_INTER_LINEAR, DAX_INTER_CUBIC}) {
-        const int32_t requests = kit::forEachFailedRequest([&](kit::StandIn& platform) {
-            Image src({.width = 9, .height = 9}, random);
-            Image dst({.width = 18, .height = 18}, random);
-            const Image before = dst;
-            daxZoom(src, dst, 2, 1, 2, 1, interpolate, nullptr);
-            EXPECT_EQ(byteDifference(dst, before) == "", platform.failRequest <= platform.requests);
-        });
-        EXPECT_GT(requests, 0);
-    }
-}
-
 TEST(Zoom, Reports) {
     kit::Reports reports;
     Random random(1);

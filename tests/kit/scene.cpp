@@ -76,15 +76,4 @@ void Trial::expectSame(Trial& expected) {
     }
 }
 
-void expectPartDone(const Image& is, const Image& before, const Image& done) {
-    int32_t other = 0;
-    for (int32_t c = 1; c <= is->nChannels; ++c)
-        for (int32_t y = 0; y < is->height; ++y)
-            for (int32_t x = 0; x < is->width; ++x) {
-                const int64_t sample = is.get(x, y, c);
-                other += sample != done.get(x, y, c) && sample != before.get(x, y, c);
-            }
-    EXPECT_EQ(other, 0) << "samples that are neither as before nor as they should be";
-}
-
 } // namespace kit

@@ -63,9 +63,6 @@ struct Trial {
     DaxROI* callersRoi[2];
 };
 
-// Every sample is as it was before, or as it is when all is done.
-void expectPartDone(const Image& is, const Image& before, const Image& done);
-
 } // namespace kit
 
 #endif
