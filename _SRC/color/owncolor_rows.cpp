@@ -1,6 +1,7 @@
 #include "color/owncolor.h"
 #include "color/thirds.h"
 #include "frame/top_bits.h"
+#include "frame/weighed_pixels.h"
 
 namespace {
 
@@ -298,9 +299,9 @@ template <class T, class Dst> void gray(const OwnThirds& colour, char* dst, ptrd
 
 #if defined(__AVX512BW__)
 
-// These two go over whole groups of 64 pixels and return how many pixels that is. The weight of
-// green is more than a signed byte holds, so green comes twice, with two shares of it. Weighted one
-// by one in words of 16 bits, planes take twice as long, and pixels three times.
+// Goes over whole groups of 64 pixels and returns how many pixels that is. The weight of green is
+// more than a signed byte holds, so green comes twice, with two shares of it. Weighted one by one
+// in words of 16 bits, planes take twice as long.
 ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
     const __m512i besideRed = _mm512_set1_epi16(54 | 73 << 8);
     const __m512i besideBlue = _mm512_set1_epi16(18 | 110 << 8);
@@ -321,66 +322,17 @@ ptrdiff_t grayPlanes(const OwnThirds& planes, char* dst, ptrdiff_t count) {
     return done;
 }
 
-// Sixteen pixels as words of four bytes, with their middle channel twice.
-constexpr OwnByteOrder quadsOf(int32_t step) {
-    OwnByteOrder order = {};
-    for (int32_t i = 0; i < 64; ++i)
-        order.from[i] = static_cast<int8_t>(i / 4 * step + (i % 4 == 3 ? 1 : i % 4));
-    return order;
-}
-
-// Grays of 64 pixels from where grayPixels() has them.
-constexpr OwnByteOrder grayOrder() {
-    OwnByteOrder order = {};
-    for (int32_t i = 0; i < 64; ++i)
-        order.from[i] = static_cast<int8_t>(i % 16 / 4 * 16 + i % 4 * 2 + i % 32 / 16 * 8 + i / 32);
-    return order;
-}
-
-__attribute__((target("avx512vbmi,avx512vnni"))) ptrdiff_t grayPixels(const OwnThirds& colour,
-                                                                      char* dst, ptrdiff_t count) {
-    static constexpr OwnByteOrder threes = quadsOf(3);
-    static constexpr OwnByteOrder fours = quadsOf(4);
-    static constexpr OwnByteOrder back = grayOrder();
-    const bool three = colour.step == 3;
-    const bool forward = colour.at[0] < colour.at[2];
-    const char* src = forward ? colour.at[0] : colour.at[2];
-    const __m512i spread = three ? threes.get() : fours.get();
-    const __m512i order = back.get();
-    const __m512i weights = _mm512_set1_epi32(forward ? 54 | 91 << 8 | 18 << 16 | 92 << 24
-                                                      : 18 | 91 << 8 | 54 << 16 | 92 << 24);
-    const auto used = static_cast<__mmask16>(three ? 0x0FFF : 0xFFFF);
-    const ptrdiff_t group = 16 * colour.step;
-    constexpr ptrdiff_t ahead = 2048; // a sixth of the time less where pixels come from memory
-    ptrdiff_t done = 0;
-    for (; done + 64 <= count; done += 64, src += 4 * group) {
-        __m512i sums[4];
-        for (ptrdiff_t k = 0; k < 4; ++k) {
-            const __m512i pixels = _mm512_maskz_loadu_epi32(used, src + k * group);
-            _mm_prefetch(src + k * group + ahead, _MM_HINT_T0);
-            sums[k] = _mm512_dpbusd_epi32(_mm512_setzero_si512(),
-                                          _mm512_permutexvar_epi8(spread, pixels), weights);
-        }
-        const __m512i first = _mm512_packus_epi32(sums[0], sums[1]);
-        const __m512i second = _mm512_packus_epi32(sums[2], sums[3]);
-        const __m512i grays =
-            _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, _mm512_srli_epi16(first, 8), second);
-        _mm512_storeu_si512(dst + done, _mm512_permutexvar_epi8(order, grays));
-    }
-    return done;
-}
-
 #endif
 
 void grayBytes(const OwnThirds& colour, char* dst, ptrdiff_t count) {
+    const bool forward = colour.at[0] < colour.at[2];
+    const int32_t weights[] = {forward ? 54 : 18, 183, forward ? 18 : 54};
     ptrdiff_t done = 0;
 #if defined(__AVX512BW__)
-    if (colour.step == 1)
-        done = grayPlanes(colour, dst, count);
-    else if ((colour.step == 3 || colour.step == 4) && __builtin_cpu_supports("avx512vbmi") &&
-             __builtin_cpu_supports("avx512vnni"))
-        done = grayPixels(colour, dst, count);
+    if (colour.step == 1) done = grayPlanes(colour, dst, count);
 #endif
+    if (colour.step != 1)
+        done = ownWeighPixels(colour.at[forward ? 0 : 2], colour.step, weights, dst, count);
     gray<uint8_t, uint8_t>(ownThirdsFrom(colour, done), dst + done, count - done);
 }
 

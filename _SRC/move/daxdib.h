@@ -31,6 +31,8 @@ struct OwnDibTable {
     void (*putFields[2])(const uint8_t* const* runs, const DaxDibFields& fields, char* dst,
                          ptrdiff_t count);
     void (*luminance)(const uint8_t* blue, const uint8_t* green, uint8_t* red, ptrdiff_t count);
+    // The same of pixels of three bytes, as far as they needn't be taken apart for it: how many.
+    ptrdiff_t (*weigh)(const char* src, char* grey, ptrdiff_t count);
     // Pixels of three bytes with the first and the last exchanged.
     void (*exchange)(const char* src, char* dst, ptrdiff_t count);
     // Bytes as the high bytes of words, and back.

@@ -3,6 +3,7 @@
 #include "frame/lanes.h"
 #include "frame/top_bits.h"
 #include "frame/vectors.h"
+#include "frame/weighed_pixels.h"
 
 #include <cstring>
 
@@ -62,10 +63,17 @@ void putFields(const uint8_t* const* runs, const DaxDibFields& fields, char* dst
     }
 }
 
+constexpr int32_t weights[] = {28, 151, 77};
+
 void luminance(const uint8_t* blue, const uint8_t* green, uint8_t* red, ptrdiff_t count) {
     OWN_EACH_ALONE
     for (ptrdiff_t i = 0; i < count; ++i)
-        red[i] = static_cast<uint8_t>((blue[i] * 28 + green[i] * 151 + red[i] * 77) >> 8);
+        red[i] = static_cast<uint8_t>(
+            (blue[i] * weights[0] + green[i] * weights[1] + red[i] * weights[2]) >> 8);
+}
+
+ptrdiff_t weigh(const char* src, char* grey, ptrdiff_t count) {
+    return ownWeighPixels(src, 3, weights, grey, count);
 }
 
 void exchange(const char* src, char* dst, ptrdiff_t count) {
@@ -200,6 +208,7 @@ constexpr OwnDibTable table = {
     {takeFields<uint16_t>, takeFields<uint32_t>},
     {putFields<uint16_t>, putFields<uint32_t>},
     luminance,
+    weigh,
     exchange,
     widen,
     narrow,

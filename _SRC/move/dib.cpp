@@ -116,6 +116,5 @@ OwnDibRows::OwnDibRows(const DaxImage* image)
 int64_t OwnDibRows::inside(int64_t row, int64_t count) const {
     const int64_t left = size - offset(row, planes ? channels - 1 : 0);
     if (left <= 0) return 0;
-    const int64_t most = left * 8 / pixelBits;
-    return most < count ? most : count;
+    return left * 8 < count * pixelBits ? left * 8 / pixelBits : count;
 }

@@ -206,10 +206,19 @@ void ownDibRead(const BITMAPINFOHEADER* dib, const DaxImage* image) {
     if (to.channels == 1) channel[0] = channel[2];
 
     const bool same = sameBytes(to, from, step);
+    const bool weighed =
+        from.bits == 24 && step == OwnDibStep::grey && to.channels == 1 && to.sampleBytes == 1;
     const int64_t columns = dib->biWidth < image->width ? dib->biWidth : image->width;
     eachBlock(to, from, columns, [&](int64_t y, int64_t x, ptrdiff_t count) {
         const char* src = from.pixels + from.offset(y, x);
         if (same) return copyPixels(src, to.at(y, 0) + x * 3, count, step);
+        if (weighed) {
+            const ptrdiff_t done = rows.weigh(src, to.at(y, 0) + x, count);
+            if (done == count) return;
+            src += done * 3;
+            x += done;
+            count -= done;
+        }
         if (ownDibIndexed(from.bits)) {
             uint8_t indices[ownDibBlock];
             uint32_t pixels[ownDibBlock];
