@@ -115,12 +115,12 @@ private:
     const ptrdiff_t windowColumns; // of a whole row
     const ptrdiff_t pitch;         // cells of a row
     const ptrdiff_t rowStep;       // bytes
-    const ptrdiff_t lowHalves;     // cells of 16 bits, where those of 32 are in halves
     const ptrdiff_t rowsAhead;
     const ptrdiff_t rowsOfRing;
     const OwnTapTable& tapSums;
     const OwnMergeRows& merging;
     OwnTapTable::Store storePass; // null if there is none
+    OwnTapPass pass;
     OwnBuffer<char> ring;
     char* cells; // of its first row
     OwnBuffer<const char*> window;
@@ -144,7 +144,6 @@ Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to
       windowRows(all.above + all.below), windowColumns(all.left + columns + all.right - 1),
       pitch(windowColumns * together),
       rowStep((pitch * cellBytes + 2 * ownBytesPastTaps + cacheLine - 1) & ~(cacheLine - 1)),
-      lowHalves(rowStep / 4),
       rowsAhead(ownMayOverlap(from.image, to.image) ? smaller(rows, rowsOfBatch) : 1),
       rowsOfRing(windowRows - 1 + rowsAhead), tapSums(ownRows<OwnTaps>()),
       merging(depth == DAX_DEPTH_1U ? ownRows<OwnMerge>().bits
@@ -162,8 +161,14 @@ Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to
         room += kernels[k].tapCount;
     }
     const bool fits = alone && kernels[0].tapCount <= ownMostTapsStored;
-    if (fits && (bytes ? depth != DAX_DEPTH_1U : ownDepthBits(depth) > 8))
-        storePass = tapSums.stored[ownDepthIndex(depth)];
+    const auto pair = tapSums.pair[bytes ? 0 : 1];
+    if (!fits || pair == nullptr || (bytes ? depth == DAX_DEPTH_1U : ownDepthBits(depth) <= 8))
+        return;
+    storePass = tapSums.stored[ownDepthIndex(depth)];
+    pair(kernels[0].taps, kernels[0].tapCount, &pass);
+    pass.start = kernels[0].start;
+    pass.shift = kernels[0].shift;
+    pass.lowHalves = rowStep / 4; // in rows wide enough for floats
 }
 
 ptrdiff_t Piece::tapTotal() const {
@@ -231,7 +236,7 @@ void Piece::toCells(const char* from, char* row, ptrdiff_t at, ptrdiff_t count) 
     else if (depth == DAX_DEPTH_16S)
         table.fromSignedWords(from, narrow, count);
     else if (depth == DAX_DEPTH_32S && storePass != nullptr)
-        table.toHalves(from, narrow, narrow + lowHalves, count);
+        table.toHalves(from, narrow, narrow + pass.lowHalves, count);
     else if (depth == DAX_DEPTH_32S)
         table.toFloats(from, reinterpret_cast<double*>(row) + at, count);
     else if (bytes)
@@ -244,7 +249,7 @@ void Piece::toCells(const char* from, char* row, ptrdiff_t at, ptrdiff_t count) 
 
 // `count` sums, from one on.
 void Piece::sum(const Ready& kernel, ptrdiff_t row, ptrdiff_t from, ptrdiff_t count) {
-    const OwnWindow at = {window.get(), from, 0, kernel.taps, kernel.tapCount};
+    const OwnWindow at = {window.get(), from, kernel.taps, kernel.tapCount};
     auto* narrow = reinterpret_cast<int16_t*>(sums.get());
     if (ownDepthBits(depth) == 16)
         tapSums.wide(at, kernel.start, reinterpret_cast<int32_t*>(sums.get()), count);
@@ -262,11 +267,9 @@ void Piece::convolveRow(ptrdiff_t row, char* to) {
     const ptrdiff_t bit = depth == DAX_DEPTH_1U ? dst.x : 0;
     ptrdiff_t done = 0;
     if (storePass != nullptr) {
-        const Ready& kernel = kernels[0];
-        const bool apart = kernel.shift != 0 && depth != DAX_DEPTH_32S;
+        const bool apart = pass.shift != 0 && depth != DAX_DEPTH_32S;
         done = apart ? samplesOfRow - single : samplesOfRow;
-        storePass({window.get(), 0, lowHalves, kernel.taps, kernel.tapCount}, kernel.start,
-                  kernel.shift, to, done);
+        storePass(pass, window.get(), to, done);
     }
     if (done == samplesOfRow) return;
     const ptrdiff_t count = samplesOfRow - done;

@@ -125,7 +125,7 @@ void Block::unpack(const char* from, char* to) const {
 
 void Block::sumDown() {
     const OwnTapTable& table = ownRows<OwnTaps>();
-    const OwnWindow window = {windowRows.get(), 0, 0, down.get(), separable.down->nRows};
+    const OwnWindow window = {windowRows.get(), 0, down.get(), separable.down->nRows};
     if (lineWidth == Width::narrow)
         table.narrow(window, reinterpret_cast<int16_t*>(line.get()), pitch);
     else if (depth == DAX_DEPTH_32S)
@@ -137,7 +137,7 @@ void Block::sumDown() {
 void Block::sumAcross() {
     const OwnTapTable& table = ownRows<OwnTaps>();
     const auto* row = reinterpret_cast<const char*>(line.get());
-    const OwnWindow window = {&row, 0, 0, across.get(), separable.across->nCols};
+    const OwnWindow window = {&row, 0, across.get(), separable.across->nCols};
     if (sumWidth != Width::wide)
         table.narrow(window, reinterpret_cast<int16_t*>(sums.get()), sumsOfRow);
     else if (lineWidth == Width::narrow)

@@ -156,56 +156,77 @@ OWN_INLINE Lanes joinShifted(Lanes high, Lanes low, __m128i by) {
 
 #undef OWN_LANES
 
-// Taps of a window: those of an even number of neighbours from the front, two loads for each two of
-// them; those of an odd number from the back, where one load serves both places.
+// An even number of neighbours takes two loads for each two of them; with an odd one, of which one
+// is alone, a load serves both even and odd places.
+template <class Op> void pairTaps(const OwnTap* taps, ptrdiff_t tapCount, OwnTapPass* pass) {
+    pass->pairCount = 0;
+    pass->firstOther = ownMostTapsStored;
+    while (tapCount > 0) {
+        ptrdiff_t count = 1; // of neighbours
+        while (count < tapCount && taps[count].row == taps->row &&
+               taps[count].column == taps->column + count &&
+               Op::fit(taps[count - 1].coef, taps[count].coef))
+            ++count;
+        const auto coef = [&](ptrdiff_t k) { return k >= 0 && k < count ? taps[k].coef : 0; };
+        for (ptrdiff_t k = 0; k < count; k += 2) {
+            const int32_t even = Op::coefs(coef(k), coef(k + 1));
+            if (count % 2 == 0)
+                pass->steps[pass->pairCount++] = {taps->row, taps->column + k, even, even};
+            else
+                pass->steps[--pass->firstOther] = {taps->row, taps->column + k, even,
+                                                   Op::coefs(coef(k - 1), coef(k))};
+        }
+        taps += count;
+        tapCount -= count;
+    }
+}
+
+// The steps of a pass, laid on rows.
 template <class Op> class Pairs {
 public:
     using Cell = typename Op::Cell;
     static constexpr ptrdiff_t cells = bytesOfLanes / sizeof(Cell); // of a vector
 
-    Pairs(const OwnWindow& window, ptrdiff_t tap, ptrdiff_t end) {
-        while (tap < end) {
-            const Cell* run = window.run<Cell>(tap);
-            const OwnTap* taps = window.taps + tap;
-            ptrdiff_t count = 1; // of neighbours
-            while (tap + count < end && window.run<Cell>(tap + count) == run + count &&
-                   Op::fit(taps[count - 1].coef, taps[count].coef))
-                ++count;
-            const auto coef = [&](ptrdiff_t k) { return k >= 0 && k < count ? taps[k].coef : 0; };
-            for (ptrdiff_t k = 0; k < count; k += 2) {
-                const int32_t even = Op::coefs(coef(k), coef(k + 1));
-                if (count % 2 == 0)
-                    steps[pairCount++] = {run + k, even, even};
-                else
-                    steps[--firstOdd] = {run + k, even, Op::coefs(coef(k - 1), coef(k))};
-            }
-            tap += count;
-        }
+    Pairs(const OwnTapPass& pass, const char* const* rows, ptrdiff_t from)
+        : pairCount(pass.pairCount), firstOther(pass.firstOther) {
+        const auto lay = [&](ptrdiff_t k) {
+            const OwnTapPass::Step& step = pass.steps[k];
+            const auto* run = reinterpret_cast<const Cell*>(rows[step.row]);
+            steps[k] = {run + step.column + from, step.even, step.odd};
+        };
+        for (ptrdiff_t k = 0; k < pairCount; ++k) lay(k);
+        for (ptrdiff_t k = firstOther; k < most; ++k) lay(k);
     }
 
-    // The sums at even and at odd places of some vectors of cells, from `at` on.
-    template <int vectors>
-    OWN_INLINE void sum(Lanes start, ptrdiff_t at, Lanes (&even)[vectors],
-                        Lanes (&odd)[vectors]) const {
-        for (int v = 0; v < vectors; ++v) even[v] = odd[v] = start;
+    // Adds to the sums at even and at odd places of some vectors of cells; from(v) is where one's
+    // first cell lies.
+    template <int vectors, class From>
+    OWN_INLINE void add(From from, Lanes (&even)[vectors], Lanes (&odd)[vectors]) const {
         for (ptrdiff_t k = 0; k < pairCount; ++k) {
-            const Cell* run = steps[k].run + at;
             const Lanes coef = inEachWord(steps[k].even);
             for (int v = 0; v < vectors; ++v) {
-                even[v] = Op::add(even[v], loadLanes(run + v * cells), coef);
-                odd[v] = Op::add(odd[v], loadLanes(run + v * cells + 1), coef);
+                const Cell* run = steps[k].run + from(v);
+                even[v] = Op::add(even[v], loadLanes(run), coef);
+                odd[v] = Op::add(odd[v], loadLanes(run + 1), coef);
             }
         }
-        for (ptrdiff_t k = firstOdd; k < most; ++k) {
-            const Cell* run = steps[k].run + at;
+        for (ptrdiff_t k = firstOther; k < most; ++k) {
             const Lanes evenCoef = inEachWord(steps[k].even);
             const Lanes oddCoef = inEachWord(steps[k].odd);
             for (int v = 0; v < vectors; ++v) {
-                const Lanes both = loadLanes(run + v * cells);
+                const Lanes both = loadLanes(steps[k].run + from(v));
                 even[v] = Op::add(even[v], both, evenCoef);
                 odd[v] = Op::add(odd[v], both, oddCoef);
             }
         }
+    }
+
+    // The sums of vectors side by side.
+    template <int vectors>
+    OWN_INLINE void sum(Lanes start, ptrdiff_t at, Lanes (&even)[vectors],
+                        Lanes (&odd)[vectors]) const {
+        for (int v = 0; v < vectors; ++v) even[v] = odd[v] = start;
+        add([&](int v) { return at + v * cells; }, even, odd);
     }
 
 private:
@@ -216,8 +237,8 @@ private:
         int32_t odd;
     };
     Step steps[most];
-    ptrdiff_t pairCount = 0;
-    ptrdiff_t firstOdd = most;
+    const ptrdiff_t pairCount;
+    const ptrdiff_t firstOther;
 };
 
 // Calls `block` for runs of `many` vectors of cells, then for single ones; returns the cells done.
@@ -257,8 +278,9 @@ ptrdiff_t sumPairs(const OwnWindow& window, int32_t start, typename Op::Sum* sum
     ptrdiff_t done = 0;
     for (ptrdiff_t tap = 0; tap < window.tapCount; tap += ownMostTapsStored) {
         const ptrdiff_t rest = window.tapCount - tap;
-        const Pairs<Op> pairs(window, tap,
-                              tap + (rest < ownMostTapsStored ? rest : ownMostTapsStored));
+        OwnTapPass pass;
+        pairTaps<Op>(window.taps + tap, rest < ownMostTapsStored ? rest : ownMostTapsStored, &pass);
+        const Pairs<Op> pairs(pass, window.rows, window.from);
         const Lanes from = Op::filled(tap == 0 ? start : 0);
         done = inBlocks<2>(cells, width, [&]<int vectors>(ptrdiff_t at) {
             Lanes even[vectors];
@@ -281,12 +303,11 @@ ptrdiff_t sumPairs(const OwnWindow& window, int32_t start, typename Op::Sum* sum
 
 // Sums shifted and limited.
 template <class Op, bool hasSign>
-void storePairs(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
-                ptrdiff_t width) {
+void storePairs(const OwnTapPass& pass, const char* const* rows, char* dst, ptrdiff_t width) {
     using Cell = typename Op::Cell;
-    const Pairs<Op> pairs(window, 0, window.tapCount);
-    const Lanes from = Op::filled(start);
-    const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(shift));
+    const Pairs<Op> pairs(pass, rows, 0);
+    const Lanes from = Op::filled(pass.start);
+    const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(pass.shift));
     storeInBlocks<2>(
         pairs.cells, sizeof(Cell), width, dst, [&]<int vectors>(ptrdiff_t at, char* to) {
             Lanes even[vectors];
@@ -299,32 +320,36 @@ void storePairs(const OwnWindow& window, int32_t start, uint32_t shift, char* ds
 
 // Sums of samples of 32 bits from those of their halves, which with so few taps fit 32 bits. The
 // low halves are without a sign, less 32768.
-void storeHalves(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
-                 ptrdiff_t width) {
-    const Pairs<WordPairs> pairs(window, 0, window.tapCount);
-    const Lanes from = inEachWord(start);
-    const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(shift));
-    storeInBlocks<2>(pairs.cells, sizeof(int32_t), width, dst,
-                     [&]<int vectors>(ptrdiff_t at, char* to) {
-                         Lanes even[vectors];
-                         Lanes odd[vectors];
-                         Lanes lowEven[vectors];
-                         Lanes lowOdd[vectors];
-                         pairs.sum(inEachWord(0), at, even, odd);
-                         pairs.sum(from, at + window.lowHalves, lowEven, lowOdd);
-                         for (int v = 0; v < vectors; ++v) {
-                             if (shift == 0) {
-                                 even[v] = joinLimited(even[v], lowEven[v]);
-                                 odd[v] = joinLimited(odd[v], lowOdd[v]);
-                             } else {
-                                 even[v] = joinShifted(even[v], lowEven[v], by);
-                                 odd[v] = joinShifted(odd[v], lowOdd[v], by);
-                             }
-                             WordPairs::join(&even[v], &odd[v]);
-                             storeLanes(to + v * 2 * bytesOfLanes, even[v]);
-                             storeLanes(to + (v * 2 + 1) * bytesOfLanes, odd[v]);
-                         }
-                     });
+void storeHalves(const OwnTapPass& pass, const char* const* rows, char* dst, ptrdiff_t width) {
+    const Pairs<WordPairs> pairs(pass, rows, 0);
+    const Lanes from = inEachWord(pass.start);
+    const __m128i by = _mm_cvtsi32_si128(static_cast<int32_t>(pass.shift));
+    constexpr int many = 2;
+    const auto block = [&]<int vectors>(ptrdiff_t at, char* to) {
+        // The low halves come after the high ones.
+        Lanes even[vectors * 2];
+        Lanes odd[vectors * 2];
+        for (int v = 0; v < vectors; ++v) {
+            even[v] = odd[v] = inEachWord(0);
+            even[vectors + v] = odd[vectors + v] = from;
+        }
+        pairs.add(
+            [&](int v) { return at + v % vectors * pairs.cells + v / vectors * pass.lowHalves; },
+            even, odd);
+        for (int v = 0; v < vectors; ++v) {
+            if (pass.shift == 0) {
+                even[v] = joinLimited(even[v], even[vectors + v]);
+                odd[v] = joinLimited(odd[v], odd[vectors + v]);
+            } else {
+                even[v] = joinShifted(even[v], even[vectors + v], by);
+                odd[v] = joinShifted(odd[v], odd[vectors + v], by);
+            }
+            WordPairs::join(&even[v], &odd[v]);
+            storeLanes(to + v * 2 * bytesOfLanes, even[v]);
+            storeLanes(to + (v * 2 + 1) * bytesOfLanes, odd[v]);
+        }
+    };
+    storeInBlocks<many>(pairs.cells, sizeof(int32_t), width, dst, block);
 }
 
 } // namespace

@@ -19,8 +19,7 @@ struct OwnTap {
 // on by a cell.
 struct OwnWindow {
     const char* const* rows;
-    ptrdiff_t from;      // cells
-    ptrdiff_t lowHalves; // cells from the high halves of 32 bits to the low ones
+    ptrdiff_t from; // cells
     const OwnTap* taps;
     ptrdiff_t tapCount;
 
@@ -33,6 +32,22 @@ struct OwnWindow {
 // tap needs are read then.
 constexpr ptrdiff_t ownMostTapsStored = 64;
 constexpr ptrdiff_t ownBytesPastTaps = 64;
+
+// Such a pass: taps made ready by `pair` below, and what becomes of their sums.
+struct OwnTapPass {
+    struct Step {
+        ptrdiff_t row;
+        ptrdiff_t column;
+        int32_t even; // what makes cells products for sums at even places, and at odd ones
+        int32_t odd;
+    };
+    Step steps[ownMostTapsStored]; // in twos from the front, others from the back
+    ptrdiff_t pairCount;
+    ptrdiff_t firstOther;
+    int32_t start;
+    uint32_t shift;
+    ptrdiff_t lowHalves; // cells from the high halves of 32 bits to the low ones
+};
 
 // Each writes `width` sums, which begin with `start`; those of integers wrap in the width of a sum,
 // and all but `held` and `floats` go by any order of the taps.
@@ -49,10 +64,11 @@ struct OwnTapTable {
     void (*words)(const OwnWindow& window, int32_t* sums, ptrdiff_t width);
     // In the order of the taps, each sum rounded.
     void (*floats)(const OwnWindow& window, double* sums, ptrdiff_t width);
-    // The sums of `bytes`, of `wide`, or of both halves of 32 bits, shifted, limited and stored as
-    // samples of a depth (by ownDepthIndex), of up to ownMostTapsStored taps; null where that isn't
-    // worth it.
-    using Store = void (*)(const OwnWindow& window, int32_t start, uint32_t shift, char* dst,
+    // Where it is worth it, else null: taps of bytes and of words made ready; the sums of `bytes`,
+    // of `wide`, or of both halves of 32 bits, shifted, limited and stored as samples of a depth
+    // (by ownDepthIndex).
+    void (*pair[2])(const OwnTap* taps, ptrdiff_t tapCount, OwnTapPass* pass);
+    using Store = void (*)(const OwnTapPass& pass, const char* const* rows, char* dst,
                            ptrdiff_t width);
     Store stored[5];
 };

@@ -191,9 +191,11 @@ constexpr OwnTapTable table = {
     sumFromZero<Words>,
     sumFromZero<Floats>,
 #ifdef __AVX2__
+    {pairTaps<BytePairs>, pairTaps<WordPairs>},
     {storePairs<BytePairs, false>, storePairs<BytePairs, true>, storePairs<WordPairs, false>,
      storePairs<WordPairs, true>, storeHalves},
 #else
+    {},
     {},
 #endif
 };
