@@ -5,6 +5,7 @@
 #include "kit/tiles.h"
 
 #include "frame/ownrect.h"
+#include "frame/raster.h"
 #include "frame/runs.h"
 
 #include <algorithm>
@@ -253,6 +254,28 @@ TEST(TileWalk, SizesBeyond32BitsWrap) {
     ownTileWalk(OwnCall{"daxName", "daxfile"}, {{large, ownSrcTexts}, {tiled, ownDstTexts}},
                 nullptr, [](DaxImage* const* pieces) { EXPECT_EQ(pieces[0]->dataSize, 4); });
     EXPECT_EQ(log.requests, 1);
+}
+
+// Images that are walked as one run.
+TEST(TileWalk, SameGeometry) {
+    const Image one({.channels = 2, .width = 4, .height = 4});
+    const auto same = [&](const Image& other) {
+        EXPECT_EQ(ownSameGeometry(&one.header, &other.header),
+                  ownSameGeometry(&other.header, &one.header));
+        return ownSameGeometry(&one.header, &other.header);
+    };
+    for (int32_t DaxImage::*field :
+         {&DaxImage::height, &DaxImage::width, &DaxImage::dataSize, &DaxImage::origin}) {
+        Image other = one;
+        other->*field += 1;
+        EXPECT_EQ(same(other), field == &DaxImage::origin);
+    }
+    const std::pair<DaxROI, bool> regions[] = {{{0, 0, 0, 4, 4}, true},  {{0, 0, 0, 5, 6}, true},
+                                               {{1, 0, 0, 4, 4}, false}, {{0, 1, 0, 4, 4}, false},
+                                               {{0, 0, 1, 4, 4}, false}, {{0, 0, 0, 3, 4}, false},
+                                               {{0, 0, 0, 4, 3}, false}};
+    for (const auto& [roi, whole] : regions)
+        EXPECT_EQ(same(Image({.channels = 2, .width = 4, .height = 4, .roi = roi})), whole);
 }
 
 TEST(TileWalk, BitsFarBeyondTheBlockAreLeftAlone) {

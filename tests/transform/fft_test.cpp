@@ -352,6 +352,20 @@ TEST(Fft, RepeatsThePlan) {
     }).join();
 }
 
+TEST(Fft, KeptMemoryGoesWithTheThread) {
+    kit::StandIn platform;
+    Image src({.width = 37, .height = 12});
+    Image dst({.width = 37, .height = 12});
+    std::thread([&] {
+        kit::Reports reports;
+        daxRealFft2D(src, dst, DAX_FFT_FORWARD | DAX_FFT_KEEP | DAX_FFT_USEFLOAT, nullptr);
+        daxRealFft2D(src, dst, DAX_FFT_FORWARD | DAX_FFT_KEEP | DAX_FFT_USEINT, nullptr);
+        daxDCT2D(src, dst, DAX_DCT_FORWARD);
+        EXPECT_GT(platform.live(), 3U);
+    }).join();
+    EXPECT_EQ(platform.live(), 0U);
+}
+
 // The second try has what the first one lacked, and finds the source as it was: in place, too.
 TEST(Fft, EveryAllocationMayFail) {
     kit::Reports reports;
@@ -427,7 +441,12 @@ TEST(Fft, KeepsAndFrees) {
         daxRealFft2D(nullptr, nullptr, DAX_FFT_FREE | DAX_FFT_KEEP, &src);
         daxSetErrStatus(DAX_StatusNoError);
         EXPECT_EQ(platform.live(), 0U);
+        // What is kept for another size goes where memory is lacking.
         daxRealFft2D(src, dst, engine | DAX_FFT_FORWARD | DAX_FFT_KEEP, nullptr);
+        Image other({.width = 22, .height = 14});
+        platform.failRequest = platform.requests + 1;
+        daxRealFft2D(other, other, engine | DAX_FFT_FORWARD | DAX_FFT_KEEP, nullptr);
+        EXPECT_EQ(platform.live(), kept);
         daxRealFft2D(src, dst, engine | DAX_FFT_FORWARD, nullptr);
         EXPECT_EQ(platform.live(), 0U);
         EXPECT_THAT(reports.take(), ElementsAre());
