@@ -121,10 +121,8 @@ std::array<int32_t, 2> commonSize(const std::vector<const DaxImage*>& images) {
     std::array<int32_t, 2> size = {99999, 99999};
     for (const DaxImage* image : images) {
         if (image == nullptr) continue;
-        const DaxROI roi =
-            image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
-        size[0] = std::min({size[0], image->height - roi.yOffset, roi.height});
-        size[1] = std::min({size[1], image->width - roi.xOffset, roi.width});
+        const DaxROI roi = kit::cutRegion(image);
+        size = {std::min(size[0], roi.height), std::min(size[1], roi.width)};
     }
     return size;
 }

@@ -112,35 +112,6 @@ TEST(Pair, TiledLikePlain) {
     EXPECT_EQ(reports.take(), Lines());
 }
 
-// A tile position cuts the work to one tile of the destination; all tiles together make the whole.
-// Without tiles in the destination it is not looked at.
-TEST(Pair, TileByTile) {
-    kit::Reports reports;
-    kit::forSeeds(300, [](Random& random) {
-        const PairOperation& operation = random.of(operations);
-        std::vector<Image> images = kit::filledImages(random, kit::fittingShapes(random, 3, true));
-        if (multiplies16u(operation, images[2])) tame(images[1]);
-        Image whole = images[2];
-        const int32_t nowhere[2] = {-100, 100};
-        operation.call(images[0], images[1], whole, nowhere);
-        kit::TileLog log;
-        kit::Tiles dst(images[2], 'D', random.in(1, 3) * 8, random.in(1, 3) * 8, log);
-        Image expected = images[2];
-        for (int32_t row = 0; row * dst.info.height < whole->height; ++row)
-            for (int32_t col = 0; col * dst.info.width < whole->width; ++col) {
-                const int32_t tilePos[2] = {col, row};
-                operation.call(images[0], images[1], dst, tilePos);
-                for (int32_t channel = 1; channel <= whole->nChannels; ++channel)
-                    for (int32_t y = 0; y < whole->height; ++y)
-                        for (int32_t x = 0; x < whole->width; ++x)
-                            if (x / dst.info.width == col && y / dst.info.height == row)
-                                expected.set(x, y, channel, whole.get(x, y, channel));
-                ASSERT_EQ(kit::pixelDifference(dst.gathered(), expected), "");
-            }
-    });
-    reports.take(); // tiles beside the region
-}
-
 // Each argument check in its order: with all faults at once the first is told, and then one after
 // the other is mended.
 TEST(Pair, ChecksInOrder) {

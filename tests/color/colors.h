@@ -21,6 +21,18 @@ inline void name(DaxImage* image, const std::string& model, const std::string& s
     }
 }
 
+// An image of colours, now and then wider than the blocks of the kernels.
+inline Shape anyColour(Random& random, int32_t depth, int32_t order, int32_t channels) {
+    return {.depth = depth,
+            .channels = channels,
+            .width = random.chance(20) ? random.in(500, 700) : random.in(1, 90),
+            .height = random.in(1, 5),
+            .order = order,
+            .align = random.oneOf({4, 8}),
+            .slack = random.chance(30) ? random.in(1, 9) : 0,
+            .shift = random.in(0, 7)};
+}
+
 } // namespace color
 
 #endif

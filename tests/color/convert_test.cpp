@@ -49,17 +49,6 @@ void putPixel(Image& image, int32_t x, int32_t y, const Pixel& pixel) {
     for (size_t k = 0; k < 3; ++k) image.set(x, y, channelOf(image.operator->(), k), pixel[k]);
 }
 
-Shape anyColour(Random& random, int32_t depth, int32_t order, int32_t channels) {
-    return {.depth = depth,
-            .channels = channels,
-            .width = random.chance(20) ? random.in(500, 700) : random.in(1, 90),
-            .height = random.in(1, 5),
-            .order = order,
-            .align = random.oneOf({4, 8}),
-            .slack = random.chance(30) ? random.in(1, 9) : 0,
-            .shift = random.in(0, 7)};
-}
-
 std::string anySeq(Random& random) {
     return random.oneOf<std::string>({"RGB", "BGR", "RBG", "GRB"});
 }
@@ -215,20 +204,6 @@ TEST(ColorGray, TinyAndHugeFractions) {
     EXPECT_EQ(pixelAt(dst, 0, 0), (Pixel{0, 0, 0}));
     daxGrayToColor(src, dst, 0.00003f, -0.00003f, 0.0f, nullptr);
     EXPECT_EQ(pixelAt(dst, 0, 0), (Pixel{228353744, 767897216, 77490872}));
-}
-
-// The largest sums that there are, in kernels whose lanes hold just these.
-TEST(ColorGray, WhiteIsNotQuiteWhite) {
-    for (const int32_t order : {DAX_DATA_PIXEL, DAX_DATA_PLANE}) {
-        const Shape shape = {.channels = 3, .width = 150, .order = order};
-        Image src(shape);
-        for (int32_t x = 0; x < shape.width; ++x)
-            for (int32_t c = 1; c <= 3; ++c) src.set(x, 0, c, 255);
-        name(src, "RGB", "RGB");
-        Image dst({.width = shape.width});
-        daxColorToGray(src, dst, nullptr);
-        for (int32_t x = 0; x < shape.width; ++x) EXPECT_EQ(dst.get(x, 0, 1), 254);
-    }
 }
 
 // Tiled images, whose size is no multiple of the tiles', give what plain ones give.

@@ -146,14 +146,10 @@ struct Images {
 };
 
 Images anyImages(Random& random, const Setting& is, bool equalSizes) {
-    Shape src = {.depth = is.depths.src,
-                 .channels = is.depths.dst == DAX_DEPTH_1U ? 1 : random.oneOf({1, 3, 4}),
-                 .width = random.chance(15) ? random.in(1000, 1100) : random.in(1, 70),
-                 .height = random.in(1, 30),
-                 .order = random.in(0, 1),
-                 .align = random.oneOf({4, 8}),
-                 .slack = random.chance(30) ? random.in(1, 9) : 0,
-                 .shift = random.in(0, 7)};
+    Shape src = anyColour(random, is.depths.src, random.in(0, 1),
+                          is.depths.dst == DAX_DEPTH_1U ? 1 : random.oneOf({1, 3, 4}));
+    src.height = random.in(1, 30);
+    if (random.chance(5)) src.width = random.in(1000, 1100);
     Shape dst = src;
     dst.depth = is.depths.dst;
     dst.shift = random.in(0, 7);
@@ -213,20 +209,6 @@ TEST(ColorReduce, LikeThePlainModel) {
     });
     EXPECT_GT(changed, 100);
     EXPECT_EQ(reports.take(), Lines{});
-}
-
-TEST(ColorReduce, TwoCallsGiveDifferentNoise) {
-    const Shape shape = {.depth = DAX_DEPTH_16U, .width = 200};
-    Random random(1);
-    const Image source(shape, random);
-    std::vector<std::vector<uint8_t>> results;
-    for (int32_t i = 0; i < 2; ++i) {
-        Image src = source;
-        Image dst({.width = 200});
-        daxReduceBits(src, dst, 8, DAX_DITHER_NONE, 0, nullptr);
-        results.push_back(dst.bytes());
-    }
-    EXPECT_NE(results[0], results[1]);
 }
 
 // Tile for tile it is what it is for an image of a tile's size. A plain source is changed under all

@@ -3,6 +3,7 @@
 #include "color/colors.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
+#include "kit/shapes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -73,33 +74,18 @@ DaxColorTwist anyTwist(Random& random) {
 }
 
 Shape anyShape(Random& random, int32_t depth, int32_t order, int32_t channels) {
-    Shape shape = {.depth = depth,
-                   .channels = channels,
-                   .width = random.chance(20) ? random.in(500, 700) : random.in(1, 60),
-                   .height = random.in(1, 40),
-                   .order = order,
-                   .align = random.oneOf({4, 8}),
-                   .shift = random.in(0, 7)};
+    Shape shape = anyColour(random, depth, order, channels);
+    shape.slack = 0;
+    shape.height = random.in(1, 40);
     if (random.chance(60))
         shape.roi = DaxROI{random.in(0, channels), random.in(0, shape.width),
                            random.in(0, shape.height), random.in(1, 40), random.in(1, 300)};
     return shape;
 }
 
-struct Area {
-    int32_t x = 0, y = 0, width, height;
-    explicit Area(const DaxImage* image) : width(image->width), height(image->height) {
-        if (image->roi == nullptr) return;
-        x = image->roi->xOffset;
-        y = image->roi->yOffset;
-        width = std::min(image->roi->width, width - x);
-        height = std::min(image->roi->height, height - y);
-    }
-};
-
 void byModel(const Image& src, Image& dst, const DaxColorTwist& twist, int32_t offset) {
-    const Area from(src.operator->());
-    const Area to(dst.operator->());
+    const DaxROI from = kit::cutRegion(&src.header);
+    const DaxROI to = kit::cutRegion(dst);
     const bool bytes = src.shape().depth == DAX_DEPTH_8U;
     const bool packed =
         src.shape().channels == 3 && dst.shape().channels == 3 && packs(twist, bytes, offset);
@@ -107,10 +93,10 @@ void byModel(const Image& src, Image& dst, const DaxColorTwist& twist, int32_t o
         for (int32_t x = 0; x < from.width && x < to.width; ++x) {
             Values pixel;
             for (int32_t c = 0; c < 3; ++c)
-                pixel[static_cast<size_t>(c)] = src.get(from.x + x, from.y + y, c + 1);
+                pixel[static_cast<size_t>(c)] = src.get(from.xOffset + x, from.yOffset + y, c + 1);
             const Values result = twisted(twist, packed, bytes, offset, pixel);
             for (int32_t c = 0; c < 3; ++c)
-                dst.set(to.x + x, to.y + y, c + 1, result[static_cast<size_t>(c)]);
+                dst.set(to.xOffset + x, to.yOffset + y, c + 1, result[static_cast<size_t>(c)]);
         }
 }
 

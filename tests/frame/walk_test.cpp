@@ -46,8 +46,7 @@ TileWalk tileWalkOf(const std::vector<const DaxImage*>& images, const int32_t* t
     int64_t height = INT64_MAX;
     for (size_t i = 0; i < n; ++i) {
         const DaxImage* image = images[i];
-        const DaxROI roi =
-            image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
+        const DaxROI roi = kit::regionOf(image);
         x0[i] = roi.xOffset;
         y0[i] = roi.yOffset;
         width = std::min({width, int64_t{roi.width}, image->width - x0[i]});

@@ -1,5 +1,7 @@
 #include "kit/models.h"
 
+#include "kit/shapes.h"
+
 #include <algorithm>
 #include <climits>
 
@@ -58,8 +60,7 @@ std::vector<Run> runsOf(const std::vector<const DaxImage*>& images) {
     if (bitonal) {
         for (size_t i = 0; i < n; ++i) {
             const DaxImage* image = images[i];
-            const DaxROI roi =
-                image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
+            const DaxROI roi = regionOf(image);
             width = std::min<int64_t>({width, roi.width, image->width});
             height = std::min<int64_t>({height, roi.height, image->height});
             step[i] = int64_t{image->widthStep} * 8;
@@ -79,8 +80,7 @@ std::vector<Run> runsOf(const std::vector<const DaxImage*>& images) {
     Visit plane = {};
     for (size_t i = 0; i < n; ++i) {
         const DaxImage* image = images[i];
-        const DaxROI roi =
-            image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
+        const DaxROI roi = regionOf(image);
         const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
         const int64_t channels = image->nChannels;
         const int64_t columns =

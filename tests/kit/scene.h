@@ -3,17 +3,13 @@
 #ifndef KIT_SCENE_H
 #define KIT_SCENE_H
 
+#include "kit/shapes.h"
 #include "kit/tiles.h"
 
 #include <array>
 #include <optional>
 
 namespace kit {
-
-// The region as it stands in the header.
-inline DaxROI regionOf(const DaxImage* image) {
-    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
-}
 
 // A mode for each side, and constants that are the same in all depths.
 void setAnyBorders(Random& random, DaxImage* image);

@@ -34,6 +34,17 @@ DaxROI anyRoi(Random& random, int32_t width, int32_t height, int32_t coi) {
     return roi;
 }
 
+DaxROI regionOf(const DaxImage* image) {
+    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
+}
+
+DaxROI cutRegion(const DaxImage* image) {
+    DaxROI roi = regionOf(image);
+    roi.width = std::max(0, std::min(roi.width, image->width - roi.xOffset));
+    roi.height = std::max(0, std::min(roi.height, image->height - roi.yOffset));
+    return roi;
+}
+
 Shape anyShape(Random& random) {
     Shape shape;
     shape.depth = random.of(depths);

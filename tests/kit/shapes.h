@@ -12,6 +12,10 @@ namespace kit {
 // image.
 DaxROI anyRoi(Random& random, int32_t width, int32_t height, int32_t coi);
 
+// The region as it stands in the header, and what it keeps when it is cut to the image.
+DaxROI regionOf(const DaxImage* image);
+DaxROI cutRegion(const DaxImage* image);
+
 // Any sound image, with or without a region.
 Shape anyShape(Random& random);
 

@@ -15,8 +15,10 @@
 
 namespace tone {
 
+using kit::cutRegion;
 using kit::Image;
 using kit::Random;
+using kit::regionOf;
 using kit::Shape;
 using Lines = std::vector<std::string>;
 
@@ -81,18 +83,6 @@ struct Luts {
 };
 
 inline int32_t sizeOf(int32_t depth) { return 1 << kit::bitsOf(depth); }
-
-inline DaxROI regionOf(const DaxImage* image) {
-    return image->roi != nullptr ? *image->roi : DaxROI{0, 0, 0, image->height, image->width};
-}
-
-// What an image's region keeps when it is cut to the image.
-inline DaxROI cutRegion(const DaxImage* image) {
-    DaxROI roi = regionOf(image);
-    roi.width = std::max(0, std::min(roi.width, image->width - roi.xOffset));
-    roi.height = std::max(0, std::min(roi.height, image->height - roi.yOffset));
-    return roi;
-}
 
 // The channels that are worked, from 1.
 inline std::vector<int32_t> channelsOf(const DaxImage* image) {
