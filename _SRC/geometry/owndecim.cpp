@@ -15,6 +15,8 @@
 #include "geometry/bits.h"
 #include "geometry/picks.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr OwnCall call = {"daxDecimate", "owndecim"};
@@ -37,6 +39,15 @@ struct Axis {
     int64_t place(int64_t k) const { return start + k * step - (isPlain(k) ? 0 : 1); }
     int64_t sample(int64_t k) const { return place(k) >> unitBits; }
     int32_t part(int64_t k) const { return static_cast<int32_t>(place(k) & 255); }
+    // So many places on, one lies a whole number of samples on. What is given for a place by
+    // `placeBytes` goes in whole blocks of 128 bytes.
+    int64_t round(ptrdiff_t placeBytes) const {
+        int64_t places = int64_t{1} << unitBits;
+        while (places / 2 * step % (int64_t{1} << unitBits) == 0 &&
+               places / 2 * placeBytes % 128 == 0)
+            places /= 2;
+        return places;
+    }
     // The same places, counted from a sample.
     Axis from(int64_t sample) const {
         const int64_t by = sample << unitBits;
@@ -109,41 +120,37 @@ public:
           bytes(ownDepthBits(job.depth) / 8) {}
 
     void run(const Range& columns, const Range& rows) const {
+        if (columns.begin >= columns.end || rows.begin >= rows.end) return;
         if (bytes == 0) {
             pickBits(columns, rows);
             return;
         }
-        // Pixels that lie side by side in both images go whole.
-        const bool whole = job.channels <= wholeChannels && src.channelStep == bytes &&
-                           src.pixelStep == job.channels * bytes && dst.channelStep == bytes &&
-                           dst.pixelStep == src.pixelStep;
-        const ptrdiff_t samples = whole ? job.channels : 1;
         const bool nearest = job.scheme == DAX_INTER_NN;
-        // Windows need room by how far the places of neighbours lie apart.
-        int64_t strip = nearest ? mostPicks : mostSamples;
-        const int64_t apart = (x.step >> unitBits) * (whole ? 1 : src.pixelStep / bytes) + 2;
-        const int64_t room = OwnPicks::mostBytes / bytes / apart;
-        strip = (room < 128 ? 128 : room < strip ? room : strip) / samples;
+        // Pixels that lie side by side in both images go whole.
+        const bool whole = job.channels > 1 && job.channels <= mostChannels &&
+                           src.channelStep == bytes && src.pixelStep == job.channels * bytes &&
+                           dst.channelStep == bytes && dst.pixelStep == src.pixelStep;
+        const ptrdiff_t samples = whole ? job.channels : 1;
+        // Strips of columns of like width, for what needs room for each of them.
+        const int64_t all = columns.end - columns.begin;
+        const int64_t most = nearest ? all : mostSamples / samples;
+        const int64_t strips = (all + most - 1) / most;
         for (int32_t c = 0; c < (whole ? 1 : job.channels); ++c)
-            for (int64_t first = columns.begin; first < columns.end; first += strip) {
-                const int64_t rest = columns.end - first;
-                const Range part = {first, first + (rest < strip ? rest : strip)};
+            for (int64_t k = 0; k < strips; ++k) {
+                const Range part = {columns.begin + all * k / strips,
+                                    columns.begin + all * (k + 1) / strips};
                 nearest ? pick(c, samples, part, rows) : mix(c, samples, part, rows);
             }
     }
 
 private:
-    static constexpr int32_t wholeChannels = 16;
-    static constexpr ptrdiff_t mostPicks = 4096; // samples, in strips of columns
-    static constexpr ptrdiff_t mostSamples = 2048;
+    static constexpr int32_t mostChannels = 4;  // of whole pixels
+    static constexpr ptrdiff_t mostRound = 256; // columns
+    static constexpr ptrdiff_t aside = 64;      // columns before the first round
+    static constexpr ptrdiff_t mostSamples = 4096;
+    static constexpr ptrdiff_t block = 128; // bytes, up to which kernels read and write
 
-    int32_t tapCount(bool between) const {
-        return !between ? 1 : job.scheme == DAX_INTER_CUBIC ? 4 : 2;
-    }
-    // Before the sample at a place.
-    int32_t tapsBefore(bool between) const {
-        return between && job.scheme == DAX_INTER_CUBIC ? 1 : 0;
-    }
+    bool cubic() const { return job.scheme == DAX_INTER_CUBIC; }
 
     char* rowAt(int32_t c, int64_t row) const {
         return src.data + (job.channelSrc + c) * src.channelStep + row * src.rowStep;
@@ -157,6 +164,14 @@ private:
         const ptrdiff_t all = src.width * src.pixelStep;
         return (all < src.rowStep ? all : src.rowStep) -
                (src.channelStep == bytes ? (src.pixelStep - bytes) : 0);
+    }
+
+    int32_t byteOf(int64_t column) const {
+        return static_cast<int32_t>((column - src.x) * src.pixelStep);
+    }
+    // Of the source, from a round of places to the next.
+    ptrdiff_t roundBytes(int64_t round) const {
+        return (round * x.step >> unitBits) * src.pixelStep;
     }
 
     void pickBits(const Range& columns, const Range& rows) const {
@@ -175,138 +190,218 @@ private:
     }
 
     void pick(int32_t c, ptrdiff_t samples, const Range& columns, const Range& rows) const {
-        int32_t at[mostPicks];
+        int32_t at[mostRound];
         const ptrdiff_t count = columns.end - columns.begin;
-        for (ptrdiff_t i = 0; i < count; ++i)
-            at[i] = static_cast<int32_t>((x.sample(columns.begin + i) - src.x) * src.pixelStep);
+        const ptrdiff_t all = x.round(samples * bytes);
+        const ptrdiff_t round = count < all ? count : all;
+        for (ptrdiff_t i = 0; i < round; ++i) at[i] = byteOf(x.sample(columns.begin + i));
         OwnPicks picks;
-        picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at, count);
+        picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at, round);
+        picks.repeat(count, 0, roundBytes(round));
         for (int64_t k = rows.begin; k < rows.end; ++k)
             picks.run(rowAt(c, y.sample(k) - src.y), placeOf(c, columns.begin, k), 0, 1);
     }
 
-    // A strip of columns, which is the same for all rows but for its samples.
+    // A strip of columns, which is the same for all rows but for its samples. Of each sample it
+    // takes the two around a place, and the two next to these for a cubic.
     struct Strip {
+        int64_t column; // the first of them
         int32_t channel;
         ptrdiff_t samples; // of a pixel
-        ptrdiff_t count;   // of samples in all, as below
-        ptrdiff_t plain;   // that many at the left are samples as they are
+        ptrdiff_t count;   // of pixels
         ptrdiff_t begin;   // between these, all taps lie inside the row
         ptrdiff_t end;
-        int32_t at[mostSamples]; // of the first tap of each pixel
-        int16_t weights[4][mostSamples];
-        OwnPicks picks; // of the first taps
+        OwnPicks picks;             // of pairs
+        OwnDecimateWeights weights; // from `begin` on
+        int32_t at[2 * (aside + mostRound) * mostChannels];
+        alignas(64) char weightRows[4 * (aside + mostRound) * mostChannels * 2];
     };
 
-    void weigh(int32_t part, int16_t* weights, ptrdiff_t step) const {
+    // Of four samples or of two.
+    void weigh(int32_t part, int32_t* weights) const {
+        if (!cubic()) {
+            weights[0] = 256 - part;
+            weights[1] = part;
+            return;
+        }
         const int32_t f2 = part * part >> 8;
         const int32_t f3 = part * part * part >> 16;
-        const int32_t cubic[] = {3 * f2 - 2 * part - f3, 3 * f3 - 3 * part - 6 * f2,
-                                 6 * part + 3 * f2 - 3 * f3, f3 - part};
-        const int32_t linear[] = {256 - part, part, 0, 0};
-        for (ptrdiff_t t = 0; t < 4; ++t)
-            weights[t * step] =
-                static_cast<int16_t>((job.scheme == DAX_INTER_CUBIC ? cubic : linear)[t]);
+        weights[0] = 3 * f2 - 2 * part - f3;
+        weights[1] = 1536 + 3 * f3 - 3 * part - 6 * f2;
+        weights[2] = 6 * part + 3 * f2 - 3 * f3;
+        weights[3] = f3 - part;
     }
+
+    // Of a sample, from those of its first tap on. Linear, one without a part has that tap twice,
+    // since 256 is more than a byte.
+    void setWeights(int32_t part, ptrdiff_t first, char* row, ptrdiff_t rowBytes) const {
+        int32_t weights[5] = {};
+        weigh(part, weights);
+        for (ptrdiff_t t = 0; t < (cubic() ? 4 : 2); ++t) {
+            char* const to = row + t / 2 * 2 * rowBytes + t % 2 * bytes;
+            const int32_t weight = weights[first + t];
+            const int32_t high = (weight + 32) >> 6;
+            if (bytes == 2) {
+                const auto word = static_cast<int16_t>(weight);
+                memcpy(to, &word, sizeof word);
+            } else if (cubic()) {
+                to[0] = static_cast<char>(high);
+                to[rowBytes] = static_cast<char>(weight - high * 64);
+            } else {
+                to[0] = static_cast<char>(part != 0 ? weight : t == 0 ? 255 : 1);
+            }
+        }
+    }
+
+    // A sample that counts as it is at the very start is the first tap of its cubic; else taps
+    // begin one before.
+    bool isStart(int64_t k) const { return x.isPlain(k) && x.sample(k) == src.x; }
+    int32_t firstTap(int64_t k) const {
+        return byteOf(x.sample(k) - (cubic() && !isStart(k) ? 1 : 0));
+    }
+    // From the first tap to the last one.
+    ptrdiff_t reach(int64_t k) const {
+        return (cubic() ? 3 : x.part(k) != 0 ? 1 : 0) * src.pixelStep;
+    }
+
+    void findTaps(Strip* strip, ptrdiff_t rowEnd) const {
+        const auto isInside = [&](int64_t k) {
+            return firstTap(k) >= 0 && firstTap(k) + reach(k) + strip->samples * bytes <= rowEnd;
+        };
+        int64_t column = strip->column;
+        int64_t end = column + strip->count;
+        while (end > column && !isInside(end - 1)) --end;
+        // The start may be inside where the next one isn't.
+        while (column < end && !(isInside(column) && (column + 1 == end || isInside(column + 1))))
+            ++column;
+        strip->begin = column - strip->column;
+        strip->end = end - strip->column;
+
+        const ptrdiff_t count = strip->end - strip->begin;
+        const ptrdiff_t round = x.round(pairBytes(*strip));
+        const ptrdiff_t again = isStart(column) ? aside : 0;
+        strip->weights = {again * pairBytes(*strip), (again + round) * pairBytes(*strip),
+                          strip->weightRows, sizeof strip->weightRows / 4};
+        int32_t* at = strip->at;
+        char* weights = strip->weightRows;
+        for (int64_t k = column; k < column + count && k < column + again + round; ++k) {
+            const int32_t first = firstTap(k);
+            const ptrdiff_t next = cubic() ? src.pixelStep : reach(k);
+            for (ptrdiff_t s = 0; s < strip->samples; ++s, weights += 2 * bytes) {
+                setWeights(x.part(k), cubic() && isStart(k) ? 1 : 0, weights,
+                           strip->weights.rowBytes);
+                *at++ = first + static_cast<int32_t>(s * bytes);
+                *at++ = first + static_cast<int32_t>(s * bytes + next);
+            }
+        }
+        strip->picks.set({bytes, 1, bytes, rowEnd - (cubic() ? 2 * src.pixelStep : 0)}, strip->at,
+                         at - strip->at);
+        strip->picks.repeat(count * strip->samples * 2, again * strip->samples * 2,
+                            roundBytes(round));
+    }
+
+    ptrdiff_t pairBytes(const Strip& strip) const { return 2 * bytes * strip.samples; }
 
     void mix(int32_t c, ptrdiff_t samples, const Range& columns, const Range& rows) const {
         Strip strip;
+        strip.column = columns.begin;
         strip.channel = c;
         strip.samples = samples;
-        const ptrdiff_t pixels = columns.end - columns.begin;
-        const ptrdiff_t plain = !x.between ? pixels : x.isPlain(columns.begin) ? 1 : 0;
-        const ptrdiff_t reach = (tapCount(x.between) - 1) * src.pixelStep;
-        const ptrdiff_t rowEnd = rowBytes() + (samples - 1) * bytes;
-        ptrdiff_t begin = x.between ? plain : 0;
-        ptrdiff_t end = begin;
-        for (ptrdiff_t i = 0; i < pixels; ++i) {
-            const int64_t k = columns.begin + i;
-            const bool between = i >= plain;
-            const int64_t at = (x.sample(k) - src.x - tapsBefore(between)) * src.pixelStep;
-            strip.at[i] = static_cast<int32_t>(at);
-            for (ptrdiff_t s = 0; between && s < samples; ++s)
-                weigh(x.part(k), &strip.weights[0][i * samples + s], mostSamples);
-            if (at < 0 && begin == i) begin = end = i + 1;
-            if (at >= 0 && end == i && at + reach + samples * bytes <= rowEnd) end = i + 1;
-        }
-        strip.count = pixels * samples;
-        strip.plain = plain * samples;
-        strip.begin = begin * samples;
-        strip.end = end * samples;
-        strip.picks.set({bytes, samples, samples * bytes, rowEnd - reach}, strip.at + begin,
-                        end - begin);
+        strip.count = columns.end - columns.begin;
+        findTaps(&strip, rowBytes() + (samples - 1) * bytes);
 
-        alignas(64) char lanes[4][mostSamples * sizeof(int32_t)];
+        const ptrdiff_t numberBytes = strip.count * pairBytes(strip);
+        alignas(64) char numbers[4][mostSamples * sizeof(int32_t) + block];
         int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
-        const auto laneOf = [&](int64_t row) {
-            char* const lane = lanes[row & 3];
-            if (kept[row & 3] != row) takeRow(strip, row, lane);
+        const auto combine = kernels.mix[cubic()][bytes - 1];
+        const auto numbersOf = [&](int64_t row) {
+            char* const to = numbers[row & 3];
+            if (kept[row & 3] == row) return to;
             kept[row & 3] = row;
-            return lane;
+            takeRow(strip, row, to);
+            return to;
         };
-        const auto& kernels = ownRows<OwnDecimate>();
-        const auto combine = job.scheme == DAX_INTER_CUBIC ? kernels.mixCubic[bytes - 1]
-                                                           : kernels.mixLinear[bytes - 1];
         for (int64_t k = rows.begin; k < rows.end; ++k) {
+            // Without a part the row counts alone.
             const bool between = !y.isPlain(k);
-            const int64_t first = y.sample(k) - src.y - tapsBefore(between);
+            const int64_t first = y.sample(k) - src.y - (between && cubic() ? 1 : 0);
             const char* four[4];
-            for (int32_t r = 0; r < 4; ++r)
-                four[r] = laneOf(first + (r < tapCount(between) ? r : 0));
-            // Without a part, what the one row gives goes through unmixed.
-            int16_t weights[4];
-            weigh(between ? y.part(k) : 0, weights, 1);
+            for (int32_t r = 0; r < (cubic() ? 4 : 2); ++r)
+                four[r] = numbersOf(first + (between ? r : 0));
+            int32_t weights[4];
+            weigh(between ? y.part(k) : 0, weights);
             char* const to = placeOf(c, columns.begin, k);
-            char block[mostSamples * sizeof(uint16_t)];
-            char* const out = dst.pixelStep == samples * bytes ? to : block;
-            combine(four, weights, false, out, strip.plain);
-            for (const char*& lane : four) lane += strip.plain * laneBytes();
-            combine(four, weights, true, out + strip.plain * bytes, strip.count - strip.plain);
-            if (out == block)
-                ownStridedMovers(bytes).copy(block, bytes, to, dst.pixelStep, strip.count);
+            char samplesOf[mostSamples * sizeof(uint16_t)];
+            char* const out = dst.pixelStep == samples * bytes ? to : samplesOf;
+            combine(four, weights, out, numberBytes / 2);
+            if (out == samplesOf)
+                ownStridedMovers(bytes).copy(out, bytes, to, dst.pixelStep, strip.count);
         }
     }
 
-    ptrdiff_t laneBytes() const { return bytes * 2; }
-
-    // What comes of one source row. A cubic at the very edge asks for samples beside the row: these
-    // are read where they lie, next to it in memory, and outside of the memory the nearest of the
-    // image.
-    void takeRow(const Strip& strip, int64_t row, char* lane) const {
+    // The numbers of a source row.
+    void takeRow(const Strip& strip, int64_t row, char* numbers) const {
         const ptrdiff_t offset = rowAt(strip.channel, row) - src.data;
         const bool inside = offset >= 0 && offset < src.size;
-        const int64_t nearest = row < 0 ? 0 : row >= src.height ? src.height - 1 : row;
-        const char* const from = rowAt(strip.channel, inside ? row : nearest);
-        alignas(64) char block[4][mostSamples * sizeof(uint16_t)];
-        for (int32_t t = 0; strip.begin < strip.end && t < tapCount(x.between); ++t)
-            strip.picks.run(from + t * src.pixelStep, block[t], 0, 1);
-        takeTaps(strip, block[0], block[1] - block[0], strip.begin, strip.end, lane);
-        for (ptrdiff_t i = 0; i < strip.count; ++i) {
-            if (i == strip.begin) i = strip.end;
-            if (i >= strip.count) break;
-            char samples[4 * sizeof(uint16_t)];
-            const ptrdiff_t inPixel = i % strip.samples * bytes;
-            for (int32_t t = 0; t < tapCount(i >= strip.plain); ++t) {
-                const ptrdiff_t at = strip.at[i / strip.samples] + t * src.pixelStep;
-                const ptrdiff_t most = (src.width - 1) * src.pixelStep;
-                const char* sample = src.data + offset + at;
-                if (offset + at + inPixel < 0 || offset + at + inPixel + bytes > src.size)
-                    sample = rowAt(strip.channel, nearest) + (at < 0 ? 0 : at > most ? most : at);
-                ownCopyRow(sample + inPixel, samples + t * bytes, bytes);
-            }
-            takeTaps(strip, samples, bytes, i, i + 1, lane);
+        const char* const from = rowAt(strip.channel, inside ? row : nearestRow(row));
+        const ptrdiff_t columnBytes = pairBytes(strip);
+        if (strip.begin < strip.end) {
+            char* const to = numbers + strip.begin * columnBytes;
+            const ptrdiff_t count = (strip.end - strip.begin) * columnBytes;
+            const ptrdiff_t second = cubic() ? 2 * src.pixelStep : 0;
+            if (const OwnWindows* const windows = strip.picks.found())
+                kernels.takeFrom[cubic()][bytes - 1](from, second, *windows, strip.weights, to,
+                                                     count);
+            else
+                takePicked(strip, from, second, to, count);
         }
+        for (ptrdiff_t i = 0; i < strip.begin; ++i) takeBeside(strip, row, i, numbers);
+        for (ptrdiff_t i = strip.end; i < strip.count; ++i) takeBeside(strip, row, i, numbers);
     }
 
-    // The taps of a part of a strip, one row of them after the other.
-    void takeTaps(const Strip& strip, const char* taps, ptrdiff_t step, ptrdiff_t begin,
-                  ptrdiff_t end, char* lane) const {
-        const auto& kernels = ownRows<OwnDecimate>();
-        const auto take = begin < strip.plain             ? kernels.take[bytes - 1]
-                          : job.scheme == DAX_INTER_CUBIC ? kernels.takeCubic[bytes - 1]
-                                                          : kernels.takeLinear[bytes - 1];
-        take({taps, step, &strip.weights[0][begin], mostSamples}, lane + begin * laneBytes(),
-             end - begin);
+    void takePicked(const Strip& strip, const char* from, ptrdiff_t second, char* numbers,
+                    ptrdiff_t numberBytes) const {
+        alignas(64) char pairs[2][mostSamples * sizeof(int32_t) + block];
+        strip.picks.run(from, pairs[0], 0, 1);
+        if (cubic()) strip.picks.run(from + second, pairs[1], 0, 1);
+        const char* const both[] = {pairs[0], pairs[1]};
+        kernels.take[cubic()][bytes - 1](both, strip.weights, numbers, numberBytes);
+    }
+
+    // The number of a column. A cubic at the very edge asks for samples beside the row: these are
+    // read where they lie, next to it in memory, and outside of the memory the nearest of the
+    // image.
+    void takeBeside(const Strip& strip, int64_t row, ptrdiff_t column, char* numbers) const {
+        const int64_t k = strip.column + column;
+        const bool alone = x.isPlain(k) || (!cubic() && x.part(k) == 0);
+        const ptrdiff_t offset = rowAt(strip.channel, row) - src.data;
+        const ptrdiff_t most = (src.width - 1) * src.pixelStep;
+        alignas(64) char pairs[2][block];
+        alignas(64) char weights[4 * block];
+        alignas(64) char number[block];
+        for (ptrdiff_t s = 0; s < strip.samples; ++s) {
+            setWeights(x.part(k), 0, weights + s * 2 * bytes, block);
+            for (ptrdiff_t t = 0; t < (cubic() ? 4 : 2); ++t) {
+                const ptrdiff_t by = alone ? 0 : cubic() ? t - 1 : t;
+                const ptrdiff_t at = byteOf(x.sample(k)) + by * src.pixelStep;
+                const ptrdiff_t inImage = offset + at + s * bytes;
+                const char* sample = src.data + inImage;
+                if (inImage < 0 || inImage + bytes > src.size)
+                    sample = rowAt(strip.channel, nearestRow(row)) + s * bytes +
+                             (at < 0      ? 0
+                              : at > most ? most
+                                          : at);
+                ownCopyRow(sample, pairs[t / 2] + (2 * s + t % 2) * bytes, bytes);
+            }
+        }
+        const char* const both[] = {pairs[0], pairs[1]};
+        kernels.take[cubic()][bytes - 1](both, {0, block, weights, block}, number,
+                                         pairBytes(strip));
+        ownCopyRow(number, numbers + column * pairBytes(strip), pairBytes(strip));
+    }
+
+    int64_t nearestRow(int64_t row) const {
+        return row < 0 ? 0 : row >= src.height ? src.height - 1 : row;
     }
 
     const Job& job;
@@ -316,6 +411,7 @@ private:
     const Axis& x;
     const Axis& y;
     const ptrdiff_t bytes;
+    const OwnDecimateTable& kernels = ownRows<OwnDecimate>();
 };
 
 // The destination places of one axis whose samples lie in a stretch of the source.

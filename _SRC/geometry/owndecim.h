@@ -21,26 +21,34 @@ struct OwnFraction {
 void ownDecimate(DaxImage* srcImage, DaxImage* dstImage, OwnFraction x, OwnFraction y,
                  int32_t interpolate, const int32_t* tilePos);
 
-// The samples that count for each of a stretch of a row, in rows that lie `step` bytes apart, and
-// their weights, in rows `stepWeights` numbers apart.
-struct OwnDecimateTaps {
-    const char* samples;
-    ptrdiff_t step;
-    const int16_t* weights;
-    ptrdiff_t stepWeights;
+// Two samples side by side, or four in two rows of pairs, become a number of as many bytes as a
+// pair has. They are weighed in rounds: the weights of a stretch of columns are those of the next
+// one.
+struct OwnDecimateWeights {
+    // Bytes of pairs, in whole blocks of 128: at the end they go on from `again`.
+    ptrdiff_t again;
+    ptrdiff_t end;
+    // Rows of pairs of weights in as many bytes as the samples have. Linear ones of bytes are
+    // unsigned. Cubic ones of bytes are two digits to a base of 64, high ones before low ones, a
+    // row each; those of words fill two rows for each pair of samples.
+    const char* rows;
+    ptrdiff_t rowBytes;
+
+    const char* row(ptrdiff_t k) const { return rows + k * rowBytes; }
 };
 
-// By bytes of a sample, 1 or 2. What comes of one source row are numbers twice as wide: samples,
-// linear ones in 1/256, or cubic ones in 1/6.
+struct OwnWindows;
+
+// By the scheme, linear or cubic, and by bytes of a sample, 1 or 2. Pairs and numbers are read and
+// written up to a whole block of 128 bytes.
 struct OwnDecimateTable {
-    void (*take[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
-    void (*takeLinear[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
-    void (*takeCubic[2])(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count);
-    // Of two rows, of samples or of linear ones, and of four rows, of samples or of cubic ones.
-    void (*mixLinear[2])(const char* const* rows, const int16_t* weights, bool ofLinear, char* dst,
-                         ptrdiff_t count);
-    void (*mixCubic[2])(const char* const* rows, const int16_t* weights, bool ofCubic, char* dst,
-                        ptrdiff_t count);
+    void (*take[2][2])(const char* const* pairs, const OwnDecimateWeights& weights, char* numbers,
+                       ptrdiff_t bytes);
+    // Takes pairs out of windows of a source row, and others `second` bytes on.
+    void (*takeFrom[2][2])(const char* src, ptrdiff_t second, const OwnWindows& windows,
+                           const OwnDecimateWeights& weights, char* numbers, ptrdiff_t bytes);
+    // Of two or four rows of such numbers.
+    void (*mix[2][2])(const char* const* rows, const int32_t* weights, char* dst, ptrdiff_t bytes);
 };
 
 struct OwnDecimate {

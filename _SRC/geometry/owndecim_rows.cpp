@@ -3,199 +3,392 @@
 #include "frame/kernels.h"
 #include "frame/lanes.h"
 #include "frame/vectors.h"
+#include "geometry/pick_lanes.h"
 
+#include <cstring>
 #include <type_traits>
 
 namespace {
 
-// Weights of the cubic sum up to less than 1728 in size, so that what comes of samples of 8 bits
-// fits 16 even when it is 6 times as large; linear ones are never negative.
-template <class T> using CubicLane = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
-template <class T> using LinearLane = std::make_unsigned_t<CubicLane<T>>;
+// A source row gives, for two samples a and b whose weights sum up to 256,
+//     wa a + wb b + 128, for bytes less 32768,
+// so that the sum of two rows by such weights has its rounding in it. For four samples, whose
+// weights sum up to 1536 and apart from their signs to 1920 at most, it gives
+//     (wm m + wp p + wq q + wr r) >> 8,
+// which is from -192 to 1721 for bytes; the sum of rows is below 2^30 for words.
+constexpr int32_t rounding = 128;
 
-// 2^18 / 6 and 2^21 / 36, rounded up: exact for all numbers of 16 bits.
-constexpr uint32_t sixth = 43691;
+// 2^21 / 36, rounded up: exact for all numbers of 16 bits.
 constexpr uint32_t thirtySixth = 58255;
-
-template <class T> void take(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
-    const auto* x = ownLanes<T>(taps.samples);
-    auto* z = ownLanes<LinearLane<T>>(lanes);
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i) z[i] = x[i];
-}
-
-template <class T> void takeLinear(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
-    using Lane = LinearLane<T>;
-    const auto* a = ownLanes<T>(taps.samples);
-    const auto* b = ownLanes<T>(taps.samples + taps.step);
-    // The weights of two samples sum up to 256.
-    const int16_t* w = taps.weights + taps.stepWeights;
-    auto* z = ownLanes<Lane>(lanes);
-    OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = static_cast<Lane>((static_cast<uint32_t>(a[i]) << 8) +
-                                 static_cast<uint16_t>(w[i]) *
-                                     (static_cast<uint32_t>(b[i]) - static_cast<uint32_t>(a[i])));
-}
-
-// The cubic through four numbers, in 1/6 of them, between the second and the third. In 32 bits it
-// wraps.
-template <class Lane>
-int32_t cubicOf(Lane m, Lane p, Lane q, Lane r, int16_t wm, int16_t wp, int16_t wq, int16_t wr) {
-    using Sum = std::conditional_t<sizeof(Lane) == 2, int32_t, uint32_t>;
-    const auto product = [](Lane a, int16_t b) {
-        return static_cast<Sum>(a) * static_cast<Sum>(b);
-    };
-    const Sum t = product(m, wm) + product(p, wp) + product(q, wq) + product(r, wr);
-    return static_cast<int32_t>(static_cast<Sum>(static_cast<int32_t>(t) >> 8) + product(p, 6));
-}
+// Floats are exact for halves below 2^23, and come close enough to a 36th of one to have its whole
+// part.
+constexpr float floatThirtySixth = 1.0F / 36;
 
 #if defined(__AVX2__)
-// Products of pairs of 16 bits: cubics of bytes take 1.0 ns a sample, and 1.4 by the plain loops.
-__m256i load(const void* at) { return _mm256_loadu_si256(static_cast<const __m256i_u*>(at)); }
 
-__m256i byteLanes(const char* at) {
-    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i_u*>(at)));
+#if defined(__AVX512BW__)
+using Vec = __m512i;
+
+Vec load(const char* at) { return _mm512_loadu_si512(at); }
+void store(char* at, Vec a) { _mm512_storeu_si512(at, a); }
+void storePart(char* at, Vec a, ptrdiff_t bytes) {
+    _mm512_mask_storeu_epi8(at, _bzhi_u64(~uint64_t{0}, static_cast<uint32_t>(bytes)), a);
+}
+Vec all16(int32_t a) { return _mm512_set1_epi16(static_cast<int16_t>(a)); }
+Vec all32(int32_t a) { return _mm512_set1_epi32(a); }
+Vec bitsOf(Vec a, Vec b) { return _mm512_and_si512(a, b); }
+Vec eitherOf(Vec a, Vec b) { return _mm512_or_si512(a, b); }
+Vec flip(Vec a, Vec b) { return _mm512_xor_si512(a, b); }
+Vec add16(Vec a, Vec b) { return _mm512_add_epi16(a, b); }
+Vec add32(Vec a, Vec b) { return _mm512_add_epi32(a, b); }
+Vec sub32(Vec a, Vec b) { return _mm512_sub_epi32(a, b); }
+Vec multiply32(Vec a, Vec b) { return _mm512_mullo_epi32(a, b); }
+Vec upperProduct(Vec a, Vec b) { return _mm512_mulhi_epu16(a, b); }
+Vec pairs8(Vec a, Vec b) { return _mm512_maddubs_epi16(a, b); }
+Vec pairs16(Vec a, Vec b) { return _mm512_madd_epi16(a, b); }
+template <int32_t by> Vec left32(Vec a) { return _mm512_slli_epi32(a, by); }
+template <int32_t by> Vec right16(Vec a) { return _mm512_srai_epi16(a, by); }
+template <int32_t by> Vec right32(Vec a) { return _mm512_srai_epi32(a, by); }
+template <int32_t by> Vec right32u(Vec a) { return _mm512_srli_epi32(a, by); }
+Vec low16(Vec a, Vec b) { return _mm512_unpacklo_epi16(a, b); }
+Vec high16(Vec a, Vec b) { return _mm512_unpackhi_epi16(a, b); }
+Vec cut32(Vec a, Vec b) { return _mm512_packs_epi32(a, b); }
+Vec cut32u(Vec a, Vec b) { return _mm512_packus_epi32(a, b); }
+Vec cut16(Vec a, Vec b) { return _mm512_packs_epi16(a, b); }
+Vec cut16u(Vec a, Vec b) { return _mm512_packus_epi16(a, b); }
+// Cutting takes the quarters of two in turns.
+Vec inOrder(Vec a) {
+    return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), a);
+}
+Vec floatPart(Vec a) {
+    const __m512 whole = _mm512_cvtepi32_ps(a);
+    return _mm512_cvttps_epi32((whole + 0.5F) * floatThirtySixth);
+}
+#else
+using Vec = __m256i;
+
+Vec load(const char* at) { return _mm256_loadu_si256(reinterpret_cast<const __m256i_u*>(at)); }
+void store(char* at, Vec a) { _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(at), a); }
+void storePart(char* at, Vec a, ptrdiff_t bytes) { memcpy(at, &a, static_cast<size_t>(bytes)); }
+Vec all16(int32_t a) { return _mm256_set1_epi16(static_cast<int16_t>(a)); }
+Vec all32(int32_t a) { return _mm256_set1_epi32(a); }
+Vec bitsOf(Vec a, Vec b) { return _mm256_and_si256(a, b); }
+Vec eitherOf(Vec a, Vec b) { return _mm256_or_si256(a, b); }
+Vec flip(Vec a, Vec b) { return _mm256_xor_si256(a, b); }
+Vec add16(Vec a, Vec b) { return _mm256_add_epi16(a, b); }
+Vec add32(Vec a, Vec b) { return _mm256_add_epi32(a, b); }
+Vec sub32(Vec a, Vec b) { return _mm256_sub_epi32(a, b); }
+Vec multiply32(Vec a, Vec b) { return _mm256_mullo_epi32(a, b); }
+Vec upperProduct(Vec a, Vec b) { return _mm256_mulhi_epu16(a, b); }
+Vec pairs8(Vec a, Vec b) { return _mm256_maddubs_epi16(a, b); }
+Vec pairs16(Vec a, Vec b) { return _mm256_madd_epi16(a, b); }
+template <int32_t by> Vec left32(Vec a) { return _mm256_slli_epi32(a, by); }
+template <int32_t by> Vec right16(Vec a) { return _mm256_srai_epi16(a, by); }
+template <int32_t by> Vec right32(Vec a) { return _mm256_srai_epi32(a, by); }
+template <int32_t by> Vec right32u(Vec a) { return _mm256_srli_epi32(a, by); }
+Vec low16(Vec a, Vec b) { return _mm256_unpacklo_epi16(a, b); }
+Vec high16(Vec a, Vec b) { return _mm256_unpackhi_epi16(a, b); }
+Vec cut32(Vec a, Vec b) { return _mm256_packs_epi32(a, b); }
+Vec cut32u(Vec a, Vec b) { return _mm256_packus_epi32(a, b); }
+Vec cut16(Vec a, Vec b) { return _mm256_packs_epi16(a, b); }
+Vec cut16u(Vec a, Vec b) { return _mm256_packus_epi16(a, b); }
+Vec inOrder(Vec a) { return _mm256_permute4x64_epi64(a, 0xD8); }
+Vec floatPart(Vec a) {
+    const __m256 whole = _mm256_cvtepi32_ps(a);
+    return _mm256_cvttps_epi32((whole + 0.5F) * floatThirtySixth);
+}
+#endif
+
+constexpr ptrdiff_t width = sizeof(Vec);
+
+Vec all8Signs() { return all16(static_cast<int16_t>(0x8080)); }
+Vec all16Signs() { return all16(INT16_MIN); }
+// Two words side by side throughout.
+Vec allPairs(int32_t low, int32_t high) {
+    return all32(static_cast<int32_t>(static_cast<uint32_t>(low & 0xFFFF) |
+                                      static_cast<uint32_t>(high) << 16));
 }
 
-// Two rows of weights, number by number, for both halves of the lanes.
-struct Pairs {
-    __m256i low;
-    __m256i high;
+// 0.5 ns a sample by plain loops, linear or cubic, and a fifth with products of pairs.
+struct LinearBytes {
+    template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
+        return add16(pairs8(weight(0), flip(pair(0), all8Signs())), all16(rounding));
+    }
 
-    Pairs(__m256i a, __m256i b)
-        : low(_mm256_unpacklo_epi16(a, b)), high(_mm256_unpackhi_epi16(a, b)) {}
+    Vec w;
+
+    explicit LinearBytes(const int32_t* weights) : w(allPairs(weights[0], weights[1])) {}
+
+    Vec words(const char* const* rows, ptrdiff_t at) const {
+        const Vec a = load(rows[0] + at);
+        const Vec b = load(rows[1] + at);
+        return cut32(right32<16>(pairs16(low16(a, b), w)), right32<16>(pairs16(high16(a, b), w)));
+    }
+    Vec mix(const char* const* rows, ptrdiff_t at) const {
+        return flip(inOrder(cut16(words(rows, at), words(rows, at + width))), all8Signs());
+    }
 };
 
-// As cubicOf, of 16 places.
-__m256i cubicOf(const Pairs& mp, const Pairs& qr, __m256i p, const Pairs& wmp, const Pairs& wqr) {
-    const auto half = [](__m256i a, __m256i wa, __m256i b, __m256i wb) {
-        return _mm256_srai_epi32(
-            _mm256_add_epi32(_mm256_madd_epi16(a, wa), _mm256_madd_epi16(b, wb)), 8);
+struct LinearWords {
+    template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
+        return add32(pairs16(flip(pair(0), all16Signs()), weight(0)),
+                     all32(256 * 32768 + rounding));
+    }
+
+    Vec part;
+
+    explicit LinearWords(const int32_t* weights) : part(all32(weights[1])) {}
+
+    Vec half(const char* const* rows, ptrdiff_t at) const {
+        const Vec a = load(rows[0] + at);
+        const Vec b = load(rows[1] + at);
+        return right32u<16>(add32(left32<8>(a), multiply32(sub32(b, a), part)));
+    }
+    Vec mix(const char* const* rows, ptrdiff_t at) const {
+        return inOrder(cut32u(half(rows, at), half(rows, at + width)));
+    }
+};
+
+struct CubicBytes {
+    template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
+        const Vec mp = pair(0);
+        const Vec qr = pair(1);
+        const Vec high = add16(pairs8(mp, weight(0)), pairs8(qr, weight(2)));
+        const Vec low = add16(pairs8(mp, weight(1)), pairs8(qr, weight(3)));
+        return right16<2>(add16(high, right16<6>(low)));
+    }
+
+    Vec mp;
+    Vec qr;
+
+    explicit CubicBytes(const int32_t* w) : mp(allPairs(w[0], w[1])), qr(allPairs(w[2], w[3])) {}
+
+    Vec words(const char* const* rows, ptrdiff_t at) const {
+        const Vec m = load(rows[0] + at);
+        const Vec p = load(rows[1] + at);
+        const Vec q = load(rows[2] + at);
+        const Vec r = load(rows[3] + at);
+        const Vec low = add32(pairs16(low16(m, p), mp), pairs16(low16(q, r), qr));
+        const Vec high = add32(pairs16(high16(m, p), mp), pairs16(high16(q, r), qr));
+        const Vec sums = cut32u(right32<8>(low), right32<8>(high));
+        return right16<5>(upperProduct(sums, all16(static_cast<int16_t>(thirtySixth))));
+    }
+    Vec mix(const char* const* rows, ptrdiff_t at) const {
+        return inOrder(cut16u(words(rows, at), words(rows, at + width)));
+    }
+};
+
+// Products of rows need no more than pairs of words either: 32 bits of a number are its lowest 4
+// bits and, as a word of its own, what is left of it, less 196608 as it comes of signed samples.
+struct CubicWords {
+    static constexpr int32_t less = 1536 * 32768 >> 8;
+
+    template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
+        const Vec sum = add32(pairs16(flip(pair(0), all16Signs()), weight(0)),
+                              pairs16(flip(pair(1), all16Signs()), weight(2)));
+        return eitherOf(bitsOf(left32<4>(sum), all32(static_cast<int32_t>(0xFFFF0000))),
+                        bitsOf(right32<8>(sum), all32(15)));
+    }
+
+    Vec w[4];
+
+    explicit CubicWords(const int32_t* weights) {
+        for (int32_t r = 0; r < 4; ++r) w[r] = allPairs(weights[r], 16 * weights[r]);
+    }
+
+    Vec half(const char* const* rows, ptrdiff_t at) const {
+        const auto product = [&](int32_t r) { return pairs16(load(rows[r] + at), w[r]); };
+        const Vec sum = add32(add32(product(0), product(1)), add32(product(2), product(3)));
+        return floatPart(right32<8>(add32(sum, all32(1536 * less))));
+    }
+    Vec mix(const char* const* rows, ptrdiff_t at) const {
+        return inOrder(cut32u(half(rows, at), half(rows, at + width)));
+    }
+};
+
+template <class Kind, class Pair>
+OWN_INLINE void takeOne(const OwnDecimateWeights& weights, ptrdiff_t inRound, Pair pair,
+                        char* number) {
+    store(number,
+          Kind::take(pair, [&](ptrdiff_t row) { return load(weights.row(row) + inRound); }));
+}
+
+template <class Kind>
+void take(const char* const* pairs, const OwnDecimateWeights& weights, char* numbers,
+          ptrdiff_t bytes) {
+    for (ptrdiff_t at = 0, inRound = 0; at < bytes; at += width) {
+        takeOne<Kind>(
+            weights, inRound, [&](ptrdiff_t k) { return load(pairs[k] + at); }, numbers + at);
+        inRound += width;
+        if (inRound == weights.end) inRound = weights.again;
+    }
+}
+
+#if defined(__AVX512BW__)
+template <class Kind, ptrdiff_t known>
+OWN_BYTE_PERMUTES void takePermuted(const char* src, ptrdiff_t second, const OwnWindows& windows,
+                                    const OwnDecimateWeights& weights, char* numbers,
+                                    ptrdiff_t bytes) {
+    // What is stored could be the descriptions, for all that the compiler knows.
+    const OwnWindows from = windows;
+    const OwnDecimateWeights by = weights;
+    OwnStep at;
+    for (ptrdiff_t done = 0; done < bytes; done += 2 * width, at.next(from, 2))
+        for (ptrdiff_t k = 0; k < 2; ++k) {
+            const OwnStep here = {at.step + k, at.base};
+            const Vec first = ownPermutedStep<known>(src, from, here);
+            const Vec next = ownPermutedStep<known>(src + second, from, here);
+            takeOne<Kind>(
+                by, here.step * width, [&](ptrdiff_t i) { return i == 0 ? first : next; },
+                numbers + done + k * width);
+        }
+}
+#endif
+
+Vec shuffled(const char* src, const OwnWindows& from, const OwnStep& at) {
+    const auto step = [&](ptrdiff_t k) {
+        return ownShuffledStep(src, from, {at.step + k, at.base});
     };
-    const __m256i t = _mm256_packs_epi32(half(mp.low, wmp.low, qr.low, wqr.low),
-                                         half(mp.high, wmp.high, qr.high, wqr.high));
-    return _mm256_add_epi16(t, _mm256_mullo_epi16(p, _mm256_set1_epi16(6)));
+#if defined(__AVX512BW__)
+    const Vec half = _mm512_inserti32x4(_mm512_castsi128_si512(step(0)), step(1), 1);
+    return _mm512_inserti32x4(_mm512_inserti32x4(half, step(2), 2), step(3), 3);
+#else
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(step(0)), step(1), 1);
+#endif
 }
 
-ptrdiff_t takeCubicBytes(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
-    ptrdiff_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const auto row = [&](ptrdiff_t t) { return byteLanes(taps.samples + t * taps.step + i); };
-        const auto weights = [&](ptrdiff_t t) {
-            return load(taps.weights + t * taps.stepWeights + i);
+template <class Kind>
+void takeFrom(const char* src, ptrdiff_t second, const OwnWindows& windows,
+              const OwnDecimateWeights& weights, char* numbers, ptrdiff_t bytes) {
+#if defined(__AVX512BW__)
+    if (windows.width == 64) {
+        const auto takeAll = windows.count == 1   ? takePermuted<Kind, 1>
+                             : windows.count == 2 ? takePermuted<Kind, 2>
+                                                  : takePermuted<Kind, 0>;
+        takeAll(src, second, windows, weights, numbers, bytes);
+        return;
+    }
+#endif
+    OwnStep at;
+    for (ptrdiff_t done = 0; done < bytes; done += width, at.next(windows, width / 16))
+        takeOne<Kind>(
+            weights, at.step * 16,
+            [&](ptrdiff_t k) { return shuffled(src + k * second, windows, at); }, numbers + done);
+}
+
+template <class Kind>
+void mix(const char* const* rows, const int32_t* weights, char* dst, ptrdiff_t bytes) {
+    const Kind kind(weights);
+    ptrdiff_t at = 0;
+    for (; at + width <= bytes; at += width) store(dst + at, kind.mix(rows, at * 2));
+    if (at < bytes) storePart(dst + at, kind.mix(rows, at * 2), bytes - at);
+}
+
+#else
+
+template <class T> struct Linear {
+    using Number = std::conditional_t<sizeof(T) == 1, int16_t, uint32_t>;
+    using Weight = std::conditional_t<sizeof(T) == 1, uint8_t, int16_t>;
+    static constexpr int32_t less = sizeof(T) == 1 ? 32768 : 0;
+    static void take(const char* const* pairs, const OwnDecimateWeights& weights, ptrdiff_t begin,
+                     ptrdiff_t first, char* numbers, ptrdiff_t count) {
+        const auto* x = ownLanes<T>(pairs[0]) + 2 * first;
+        const auto* w = ownLanes<Weight>(weights.row(0)) + 2 * begin;
+        auto* z = ownLanes<Number>(numbers) + first;
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = 0; i < count; ++i)
+            z[i] = static_cast<Number>(w[2 * i] * x[2 * i] + w[2 * i + 1] * x[2 * i + 1] +
+                                       rounding - less);
+    }
+
+    static T mix(const char* const* rows, const int32_t* w, ptrdiff_t i) {
+        const auto number = [&](int32_t r) {
+            return static_cast<uint32_t>(ownLanes<Number>(rows[r])[i] + less);
         };
-        const __m256i p = row(1);
-        const __m256i value = cubicOf({row(0), p}, {row(2), row(3)}, p, {weights(0), weights(1)},
-                                      {weights(2), weights(3)});
-        _mm256_storeu_si256(reinterpret_cast<__m256i_u*>(lanes + i * 2), value);
+        const uint32_t a = number(0);
+        return static_cast<T>(((a << 8) + static_cast<uint32_t>(w[1]) * (number(1) - a)) >> 16);
     }
-    return i;
-}
+};
 
-template <int32_t divisor>
-ptrdiff_t mixCubicBytes(const char* const* rows, const int16_t* weights, char* dst,
-                        ptrdiff_t count) {
-    const auto weight = [&](ptrdiff_t t) { return _mm256_set1_epi16(weights[t]); };
-    const Pairs wmp(weight(0), weight(1));
-    const Pairs wqr(weight(2), weight(3));
-    // The factors of partOf, whose upper 16 bits come out.
-    const __m256i factor =
-        _mm256_set1_epi16(static_cast<int16_t>(divisor == 6 ? sixth : thirtySixth));
-    ptrdiff_t i = 0;
-    for (; i + 16 <= count; i += 16) {
-        const auto row = [&](ptrdiff_t t) { return load(rows[t] + i * 2); };
-        const __m256i p = row(1);
-        const __m256i value = _mm256_max_epi16(cubicOf({row(0), p}, {row(2), row(3)}, p, wmp, wqr),
-                                               _mm256_setzero_si256());
-        const __m256i part =
-            _mm256_srli_epi16(_mm256_mulhi_epu16(value, factor), divisor == 6 ? 2 : 5);
-        _mm_storeu_si128(
-            reinterpret_cast<__m128i_u*>(dst + i),
-            _mm_packus_epi16(_mm256_castsi256_si128(part), _mm256_extracti128_si256(part, 1)));
+template <class T> struct Cubic {
+    using Number = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
+
+    // Of pair `k` of samples.
+    static int32_t weightOf(const OwnDecimateWeights& weights, ptrdiff_t k, ptrdiff_t i) {
+        if constexpr (sizeof(T) == 2) return ownLanes<int16_t>(weights.row(2 * k))[i];
+        return ownLanes<int8_t>(weights.row(2 * k))[i] * 64 +
+               ownLanes<int8_t>(weights.row(2 * k + 1))[i];
     }
-    return i;
-}
-#endif
 
-template <class T> void takeCubic(const OwnDecimateTaps& taps, char* lanes, ptrdiff_t count) {
-    using Lane = CubicLane<T>;
-    const auto* m = ownLanes<T>(taps.samples);
-    const auto* p = ownLanes<T>(taps.samples + taps.step);
-    const auto* q = ownLanes<T>(taps.samples + 2 * taps.step);
-    const auto* r = ownLanes<T>(taps.samples + 3 * taps.step);
-    const int16_t* w = taps.weights;
-    const ptrdiff_t next = taps.stepWeights;
-    auto* z = ownLanes<Lane>(lanes);
-    ptrdiff_t i = 0;
-#if defined(__AVX2__)
-    if constexpr (sizeof(T) == 1) i = takeCubicBytes(taps, lanes, count);
-#endif
-    OWN_EACH_ALONE
-    for (; i < count; ++i)
-        z[i] = static_cast<Lane>(cubicOf<Lane>(m[i], p[i], q[i], r[i], w[i], w[i + next],
-                                               w[i + 2 * next], w[i + 3 * next]));
+    static void take(const char* const* pairs, const OwnDecimateWeights& weights, ptrdiff_t begin,
+                     ptrdiff_t first, char* numbers, ptrdiff_t count) {
+        const auto* mp = ownLanes<T>(pairs[0]) + 2 * first;
+        const auto* qr = ownLanes<T>(pairs[1]) + 2 * first;
+        auto* z = ownLanes<Number>(numbers) + first;
+        OWN_EACH_ALONE
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            const auto product = [&](ptrdiff_t k, ptrdiff_t side) {
+                const ptrdiff_t at = 2 * i + side;
+                return weightOf(weights, k, 2 * begin + at) * (k == 0 ? mp : qr)[at];
+            };
+            const int32_t sum = product(0, 0) + product(0, 1) + product(1, 0) + product(1, 1);
+            z[i] = static_cast<Number>(sum >> 8);
+        }
+    }
+
+    static T mix(const char* const* rows, const int32_t* w, ptrdiff_t i) {
+        const auto product = [&](int32_t r) { return ownLanes<Number>(rows[r])[i] * w[r]; };
+        int32_t value = (product(0) + product(1) + product(2) + product(3)) >> 8;
+        value = value < 0 ? 0 : value;
+        if constexpr (sizeof(T) == 1)
+            value = static_cast<int32_t>(static_cast<uint32_t>(value) * thirtySixth >> 21);
+        else
+            value = static_cast<int32_t>((static_cast<float>(value) + 0.5F) * floatThirtySixth);
+        constexpr int32_t most = static_cast<T>(-1);
+        return static_cast<T>(value > most ? most : value);
+    }
+};
+
+template <class Kind>
+void take(const char* const* pairs, const OwnDecimateWeights& weights, char* numbers,
+          ptrdiff_t bytes) {
+    constexpr ptrdiff_t size = sizeof(typename Kind::Number);
+    ptrdiff_t begin = 0;
+    for (ptrdiff_t done = 0; done < bytes / size;) {
+        const ptrdiff_t rest = bytes / size - done;
+        const ptrdiff_t most = weights.end / size - begin;
+        const ptrdiff_t count = rest < most ? rest : most;
+        Kind::take(pairs, weights, begin, done, numbers, count);
+        done += count;
+        begin = weights.again / size;
+    }
 }
 
-template <class T>
-void mixLinear(const char* const* rows, const int16_t* weights, bool ofLinear, char* dst,
-               ptrdiff_t count) {
-    const auto* upper = ownLanes<LinearLane<T>>(rows[0]);
-    const auto* lower = ownLanes<LinearLane<T>>(rows[1]);
-    const auto w = static_cast<uint32_t>(weights[1]);
-    const int32_t shift = ofLinear ? 15 : 7;
+template <class Kind>
+void mix(const char* const* rows, const int32_t* weights, char* dst, ptrdiff_t bytes) {
+    using T = decltype(Kind::mix(rows, weights, 0));
     auto* z = ownLanes<T>(dst);
+    const ptrdiff_t count = bytes / ptrdiff_t{sizeof(T)};
     OWN_EACH_ALONE
-    for (ptrdiff_t i = 0; i < count; ++i)
-        z[i] = static_cast<T>(
-            ((((uint32_t{upper[i]} << 8) + w * (uint32_t{lower[i]} - upper[i])) >> shift) + 1) >>
-            1);
+    for (ptrdiff_t i = 0; i < count; ++i) z[i] = Kind::mix(rows, weights, i);
 }
 
-// A 36th or a 6th, cut to the range of samples.
-template <class T, int32_t divisor> T partOf(int32_t value) {
-    value = value < 0 ? 0 : value;
-    if constexpr (sizeof(T) == 1) {
-        const uint32_t product =
-            static_cast<uint32_t>(value) * (divisor == 6 ? sixth : thirtySixth);
-        value = static_cast<int32_t>(product >> (divisor == 6 ? 18 : 21));
-    } else {
-        // Below 2^24: exact as a float, and the quotient rounds up to no whole number.
-        value = static_cast<int32_t>(static_cast<float>(value) / divisor);
-    }
-    constexpr int32_t most = static_cast<T>(-1);
-    return static_cast<T>(value > most ? most : value);
-}
+// There are no windows.
+template <class Kind>
+constexpr void (*takeFrom)(const char*, ptrdiff_t, const OwnWindows&, const OwnDecimateWeights&,
+                           char*, ptrdiff_t) = nullptr;
 
-template <class T, int32_t divisor>
-void mixCubicBy(const char* const* rows, const int16_t* weights, char* dst, ptrdiff_t count) {
-    using Lane = CubicLane<T>;
-    const auto* r0 = ownLanes<Lane>(rows[0]);
-    const auto* r1 = ownLanes<Lane>(rows[1]);
-    const auto* r2 = ownLanes<Lane>(rows[2]);
-    const auto* r3 = ownLanes<Lane>(rows[3]);
-    auto* z = ownLanes<T>(dst);
-    ptrdiff_t i = 0;
-#if defined(__AVX2__)
-    if constexpr (sizeof(T) == 1) i = mixCubicBytes<divisor>(rows, weights, dst, count);
+using LinearBytes = Linear<uint8_t>;
+using LinearWords = Linear<uint16_t>;
+using CubicBytes = Cubic<uint8_t>;
+using CubicWords = Cubic<uint16_t>;
+
 #endif
-    OWN_EACH_ALONE
-    for (; i < count; ++i)
-        z[i] = partOf<T, divisor>(cubicOf<Lane>(r0[i], r1[i], r2[i], r3[i], weights[0], weights[1],
-                                                weights[2], weights[3]));
-}
-
-template <class T>
-void mixCubic(const char* const* rows, const int16_t* weights, bool ofCubic, char* dst,
-              ptrdiff_t count) {
-    const auto mix = ofCubic ? mixCubicBy<T, 36> : mixCubicBy<T, 6>;
-    mix(rows, weights, dst, count);
-}
 
 constexpr OwnDecimateTable table = {
-    {take<uint8_t>, take<uint16_t>},           {takeLinear<uint8_t>, takeLinear<uint16_t>},
-    {takeCubic<uint8_t>, takeCubic<uint16_t>}, {mixLinear<uint8_t>, mixLinear<uint16_t>},
-    {mixCubic<uint8_t>, mixCubic<uint16_t>},
+    {{take<LinearBytes>, take<LinearWords>}, {take<CubicBytes>, take<CubicWords>}},
+    {{takeFrom<LinearBytes>, takeFrom<LinearWords>}, {takeFrom<CubicBytes>, takeFrom<CubicWords>}},
+    {{mix<LinearBytes>, mix<LinearWords>}, {mix<CubicBytes>, mix<CubicWords>}},
 };
 
 } // namespace

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr int32_t taken = INT32_MAX; // in place of a place that a window has
+constexpr uint8_t elsewhere = 0x80;
 
 int32_t least(const int32_t* places, ptrdiff_t count) {
     int32_t result = taken;
@@ -18,56 +19,64 @@ int32_t least(const int32_t* places, ptrdiff_t count) {
 } // namespace
 
 void OwnPicks::set(const OwnPickForm& theForm, const int32_t* at, ptrdiff_t count) {
+    kernels = &ownRows<OwnPick>();
     form = theForm;
     places = at;
-    placeCount = count;
-    windows = {ownRows<OwnPick>().widest(), 0, 0, first, order};
+    placeCount = total = count;
+    again = 0;
+    windows = {kernels->widest(), 0, 0, 0, 0, 0, first, order};
     if (form.end < windows.width) windows.width = 16;
-    if (ownRows<OwnPick>().widest() == 0 || form.end < windows.width) return;
+    windows.last = form.end - windows.width;
+    if (kernels->widest() == 0 || form.end < windows.width) return;
     if (!findWindows()) windows.count = 0;
+}
+
+void OwnPicks::repeat(ptrdiff_t theTotal, ptrdiff_t theAgain, ptrdiff_t stride) {
+    total = theTotal;
+    again = theAgain;
+    if (windows.count != 0) windows.again = again * form.stepDst / windows.width;
+    windows.stride = stride;
 }
 
 bool OwnPicks::findWindows() {
     const ptrdiff_t width = windows.width;
     const ptrdiff_t pixel = form.samples * form.bytes;
     if (form.stepDst != pixel || pixel > mostBytes || placeCount > mostBytes / pixel) return false;
-    const ptrdiff_t total = placeCount * pixel;
-    const auto lastFirst = static_cast<int32_t>(form.end - width);
-    windows.steps = (total + width - 1) / width;
+    const ptrdiff_t bytes = placeCount * pixel;
+    windows.steps = (bytes + 127) / 128 * 128 / width;
     ptrdiff_t column = 0;
     int32_t inPixel = 0;
     for (ptrdiff_t step = 0; step < windows.steps; ++step) {
-        const ptrdiff_t n = total - step * width < width ? total - step * width : width;
+        const ptrdiff_t rest = bytes - step * width;
+        const ptrdiff_t n = rest < 0 ? 0 : rest < width ? rest : width;
         int32_t wanted[64];
-        if (pixel == 1) {
-            memcpy(wanted, places + step * width, static_cast<size_t>(n) * sizeof(int32_t));
-        } else {
-            for (ptrdiff_t i = 0; i < n; ++i) {
-                wanted[i] = places[column] + inPixel;
-                if (++inPixel < pixel) continue;
-                inPixel = 0;
-                ++column;
-            }
+        for (ptrdiff_t i = 0; i < n; ++i) {
+            wanted[i] = places[column] + inPixel;
+            if (++inPixel < pixel) continue;
+            inPixel = 0;
+            ++column;
         }
-        ptrdiff_t window = 0;
-        for (int32_t next = least(wanted, n); next != taken; next = least(wanted, n), ++window) {
+        int32_t next = least(wanted, n);
+        for (ptrdiff_t window = 0; next != taken; ++window) {
             if (next < 0 || next >= form.end) return false;
             if (window == windows.count) {
                 const ptrdiff_t layer = windows.steps * width;
                 if ((window + 1) * layer > mostBytes) return false;
-                memset(order + window * layer, 0x80, static_cast<size_t>(layer));
+                memset(order + window * layer, elsewhere, static_cast<size_t>(layer));
                 memset(first + window * windows.steps, 0,
                        static_cast<size_t>(windows.steps) * sizeof first[0]);
                 ++windows.count;
             }
-            const int32_t start = next < lastFirst ? next : lastFirst;
             const ptrdiff_t at = window * windows.steps + step;
+            const int32_t start = next;
             first[at] = start;
+            next = taken;
             for (ptrdiff_t i = 0; i < n; ++i) {
                 const int32_t place = wanted[i];
                 const bool here = place < start + static_cast<int32_t>(width);
-                order[at * width + i] = here ? static_cast<uint8_t>(place - start) : 0x80;
+                order[at * width + i] = here ? static_cast<uint8_t>(place - start) : elsewhere;
                 wanted[i] = here ? taken : place;
+                next = wanted[i] < next ? wanted[i] : next;
             }
         }
     }
@@ -75,18 +84,26 @@ bool OwnPicks::findWindows() {
 }
 
 void OwnPicks::run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const {
-    const auto& kernels = ownRows<OwnPick>();
     if (windows.count != 0) {
-        kernels.bytes(src, windows, dst, rowStep, rows, placeCount * form.stepDst);
+        kernels->bytes(src, windows, dst, rowStep, rows, total * form.stepDst);
         return;
     }
     const ptrdiff_t pixel = form.samples * form.bytes;
     for (ptrdiff_t row = 0; row < rows; ++row, dst += rowStep) {
         if (row > 0 && form.stepDst == pixel) {
-            ownCopyRow(dst - rowStep, dst, placeCount * pixel);
+            ownCopyRow(dst - rowStep, dst, total * pixel);
         } else {
-            kernels.pixels[form.bytes - 1](src, places, dst, form.stepDst, form.samples,
-                                           placeCount);
+            ptrdiff_t begin = 0;
+            const char* from = src;
+            for (ptrdiff_t done = 0; done < total;) {
+                const ptrdiff_t rest = total - done;
+                const ptrdiff_t count = placeCount - begin < rest ? placeCount - begin : rest;
+                kernels->pixels[form.bytes - 1](from, places + begin, dst + done * form.stepDst,
+                                                form.stepDst, form.samples, count);
+                done += count;
+                begin = again;
+                from += windows.stride;
+            }
         }
     }
 }

@@ -6,14 +6,18 @@
 #include <cstddef>
 #include <cstdint>
 
-// The destination row goes in steps as wide as the windows, 64 or 16 bytes, each out of one or a
-// few stretches of the source row.
+// The destination row goes in steps as wide as the windows, 64 or 16 bytes, and in whole 128 bytes
+// of them. Each comes out of one or a few stretches of the source row.
 struct OwnWindows {
     ptrdiff_t width;
     ptrdiff_t steps;
+    ptrdiff_t again;      // the first step of a round that goes on to the last one
+    ptrdiff_t stride;     // bytes of the source from such a round to the next
+    ptrdiff_t last;       // of the places where a window may begin
     ptrdiff_t count;      // windows to a step; 0 if there are none and places count one by one
     const int32_t* first; // of each window, `steps` at a time
-    // The place in the window of every byte of a step; 0x80 for one that comes from another window.
+    // The place in the window of every byte of a step; its highest bit is set if it comes from
+    // another window.
     const uint8_t* order;
 };
 
@@ -24,6 +28,8 @@ struct OwnPickForm {
     ptrdiff_t end;     // of the bytes of a source row that may be read
 };
 
+struct OwnPickTable;
+
 class OwnPicks {
 public:
     // Of a destination row, for windows.
@@ -31,15 +37,23 @@ public:
 
     // `at` is used on.
     void set(const OwnPickForm& theForm, const int32_t* at, ptrdiff_t count);
+    // So many places in all: each time that they end, those from `again` on come once more,
+    // `stride` bytes further on. Rounds of them are whole 128 bytes.
+    void repeat(ptrdiff_t total, ptrdiff_t again, ptrdiff_t stride);
     // The same into several rows.
     void run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const;
+    // Null if there are none.
+    const OwnWindows* found() const { return windows.count != 0 ? &windows : nullptr; }
 
 private:
     bool findWindows();
 
+    const OwnPickTable* kernels;
     OwnPickForm form;
     const int32_t* places;
     ptrdiff_t placeCount;
+    ptrdiff_t total;
+    ptrdiff_t again;
     OwnWindows windows;
     int32_t first[mostBytes / 16];
     uint8_t order[mostBytes];
