@@ -257,10 +257,12 @@ private:
         const ptrdiff_t most = stripOf(linearStrip);
         for (ptrdiff_t first = 0; first < total; first += most) {
             const ptrdiff_t count = total - first < most ? total - first : most;
+            ptrdiff_t plain = 0;
             for (ptrdiff_t i = 0; i < count; ++i) {
                 const int64_t position = startX + (first + i) / channels * stepX;
                 const int64_t column = pairOf(x, position);
                 const int32_t part = weightOf(column, position);
+                if (part <= 1 << unitBits) plain = i + 1;
                 for (ptrdiff_t k = 0; k < 2; ++k)
                     strip.at[2 * i + k] = byteOf(column + k, (first + i) % channels);
                 strip.weights[2 * i] = static_cast<int16_t>(unit - part);
@@ -284,7 +286,7 @@ private:
                     const int16_t* lower = rowOf(row + 1);
                     const int32_t part = weightOf(row, position);
                     emit(to.row(plane, k), first, count,
-                         [&](char* dst) { blend(upper, lower, part, dst, count); });
+                         [&](char* dst) { blend(upper, lower, part, dst, plain, count); });
                 }
             }
         }
