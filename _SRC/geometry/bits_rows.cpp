@@ -197,7 +197,14 @@ bool hasByteMatrices() {
     return __builtin_cpu_supports("avx512vbmi") != 0 && __builtin_cpu_supports("gfni") != 0;
 }
 
-__mmask64 below(ptrdiff_t lane) { return lane >= 64 ? ~__mmask64{0} : (__mmask64{1} << lane) - 1; }
+__mmask64 below(ptrdiff_t lane) {
+    return lane >= 64 ? ~__mmask64{0} : lane <= 0 ? 0 : (__mmask64{1} << lane) - 1;
+}
+
+// The lanes from a byte on that lie in a row from `begin` to `end`.
+__mmask64 within(ptrdiff_t first, ptrdiff_t begin, ptrdiff_t end) {
+    return below(end - first) & ~below(begin - first);
+}
 
 struct LongStep : WordStep<uint64_t, 64> {
     OWN_BYTE_MATRICES Word of(const char* src) const {
@@ -220,63 +227,90 @@ struct LongStep : WordStep<uint64_t, 64> {
     }
 };
 
-// 64 bytes. Eight of them find their bits in eight bytes of the source; each byte takes the eight
-// bits there from its first place on, and a matrix of bits spreads them. Where places go in equal
-// steps there are at most eight different matrices, besides those of the run's ends.
-struct BlockStep {
-    static constexpr ptrdiff_t columns = 512;
+// 64 bytes of bits. Eight of them come from eight bytes of the source: each takes the eight bits
+// there from its first place on, and a matrix of bits spreads them. Where places lie further apart,
+// bytes have two parts, of the first eight bits and of the next eight, and there are half as many.
+// In equal steps there are at most eight different matrices, besides those of the run's ends.
+template <ptrdiff_t parts> struct BlockStep {
+    static constexpr ptrdiff_t bytes = 64 / parts;
+    static constexpr ptrdiff_t columns = bytes * 8;
+    static constexpr ptrdiff_t perWord = 64 / parts; // columns
     static constexpr ptrdiff_t mostMatrices = 16;
 
+    // A word of the source has the places of its columns from any phase on, or from phase 0 on.
     static bool fits(const OwnPickedBits& bits) {
-        return bits.x.step * 9 <= int64_t{8} << bits.x.unitBits;
+        return bits.x.step * (perWord - 1) <= int64_t{56} << bits.x.unitBits || isWhole(bits.x);
     }
+    static bool isWhole(const OwnBitPlaces& x) { return x.step == int64_t{parts} << x.unitBits; }
 
     ptrdiff_t first;
+    int32_t phase; // to begin from
     __mmask64 read;
+    __mmask64 next;
     __mmask64 written;
     bool whole;
     ptrdiff_t count; // of matrices
     alignas(64) uint8_t order[64];
     alignas(64) uint8_t shift[64];
     alignas(64) uint8_t taken[64];
-    uint64_t matrix[mostMatrices];
-    __mmask64 where[mostMatrices];
+    uint64_t matrix[parts][mostMatrices];
+    __mmask64 where[parts][mostMatrices];
 
     OWN_BYTE_MATRICES void set(const OwnPickedBits& bits, const Run& run, ptrdiff_t byte) {
         int32_t places[columns];
-        first = placesOf<columns>(bits, byte * 8 - bits.bitDst, places);
-        const ptrdiff_t bytes = run.bytes - byte < 64 ? run.bytes - byte : 64;
-        read = below((bits.x.most >> 3) + 1 - first);
-        written = below(bytes);
+        const ptrdiff_t column = byte * 8 - bits.bitDst;
+        first = placesOf<columns>(bits, column, places);
+        // By the place that the first column would have if it lay in the run.
+        const int64_t ideal = (bits.x.start + column * bits.x.step) >> bits.x.unitBits;
+        phase = isWhole(bits.x) ? static_cast<int32_t>(ideal & 7) : 0;
+        const int32_t moved = (places[0] - phase) >> 3;
+        const int32_t base = phase + moved * 8;
+        first += moved;
+        const ptrdiff_t end = (bits.x.most >> 3) + 1;
+        read = within(first, bits.x.least >> 3, end);
+        next = within(first + 1, bits.x.least >> 3, end);
+        const ptrdiff_t rest = run.bytes - byte < bytes ? run.bytes - byte : bytes;
+        written = below(rest);
         memset(taken, 0xFF, sizeof taken);
         taken[0] = run.taken(byte);
-        taken[bytes - 1] = run.taken(byte + bytes - 1);
-        whole = taken[0] == 0xFF && taken[bytes - 1] == 0xFF;
-        alignas(64) uint8_t spread[columns];
+        taken[rest - 1] = run.taken(byte + rest - 1);
+        whole = taken[0] == 0xFF && taken[rest - 1] == 0xFF;
+
+        alignas(64) uint8_t past[columns]; // the first place of a byte
         for (ptrdiff_t i = 0; i < 64; ++i) {
             // The first of eight source bytes is the top one of a word.
-            const int32_t byteOf = places[(i & ~7) * 8] >> 3;
-            order[i] = static_cast<uint8_t>(byteOf + 7 - (i & 7));
-            shift[i] = static_cast<uint8_t>((byteOf + 7) * 8 - places[i * 8]);
+            const int32_t inSource = (places[i / 8 * perWord] - base) >> 3;
+            order[i] = static_cast<uint8_t>(inSource + 7 - (i & 7));
+            const ptrdiff_t inWord = i % (8 / parts);
+            const auto part = static_cast<int32_t>(i % 8 / (8 / parts));
+            const int32_t place = places[i / 8 * perWord + inWord * 8] - base + part * 8;
+            shift[i] = static_cast<uint8_t>((inSource + 7) * 8 - place);
+        }
+        for (ptrdiff_t i = 0; i < bytes; ++i) {
             const __m256i eight =
                 _mm256_loadu_si256(reinterpret_cast<const __m256i*>(places + i * 8));
-            const __m256i past = _mm256_sub_epi32(eight, _mm256_set1_epi32(places[i * 8]));
-            _mm_storel_epi64(
-                reinterpret_cast<__m128i*>(spread + i * 8),
-                _mm256_cvtepi32_epi8(_mm256_srlv_epi32(_mm256_set1_epi32(0x80), past)));
+            const __m256i apart = _mm256_sub_epi32(eight, _mm256_set1_epi32(places[i * 8]));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(past + i * 8), _mm256_cvtepi32_epi8(apart));
         }
+        memset(matrix, 0, sizeof matrix);
+        memset(where, 0, sizeof where);
         count = 0;
-        for (__mmask64 left = written; left != 0; ++count) {
-            memcpy(&matrix[count], spread + __builtin_ctzll(left) * 8, 8);
-            const __m512i one = _mm512_set1_epi64(static_cast<int64_t>(matrix[count]));
+        for (uint64_t left = written; left != 0; ++count) {
+            const uint8_t* const eight = past + __builtin_ctzll(left) * 8;
+            for (ptrdiff_t k = 0; k < 8; ++k)
+                matrix[eight[k] >> 3][count] |= uint64_t{0x80u >> (eight[k] & 7)} << k * 8;
+            int64_t key;
+            memcpy(&key, eight, sizeof key);
             uint64_t same = 0;
-            for (ptrdiff_t i = 0; i < 8; ++i)
-                same |= uint64_t{_mm512_cmpeq_epi64_mask(one, _mm512_load_si512(spread + i * 64))}
-                        << i * 8;
-            where[count] = left & same;
+            for (ptrdiff_t i = 0; i < columns; i += 64)
+                same |= uint64_t{_mm512_cmpeq_epi64_mask(_mm512_set1_epi64(key),
+                                                         _mm512_load_si512(past + i))}
+                        << i / 8;
+            same &= left;
             left &= ~same;
+            where[0][count] = parts == 1 ? same : _pdep_u64(same, 0x0F0F0F0F0F0F0F0F);
+            if (parts == 2) where[parts - 1][count] = where[0][count] << 4;
         }
-        for (ptrdiff_t i = count; i < mostMatrices; ++i) matrix[i] = where[i] = 0;
     }
 
     static void make(const BlockStep* steps, ptrdiff_t count, const Band& band) {
@@ -285,7 +319,7 @@ struct BlockStep {
                                 : steps[i].count <= 4 ? spreadBy<4>
                                 : steps[i].count <= 8 ? spreadBy<8>
                                                       : spreadBy<mostMatrices>;
-            spread(steps[i], band, band.dst + i * 64);
+            spread(steps[i], band, band.dst + i * bytes);
         }
     }
 
@@ -296,20 +330,34 @@ struct BlockStep {
         const __m512i orders = _mm512_load_si512(from.order);
         const __m512i shifts = _mm512_load_si512(from.shift);
         const __m512i bitsTaken = _mm512_load_si512(from.taken);
-        const auto matrixOf = [&from](ptrdiff_t i) {
-            return _mm512_set1_epi64(static_cast<int64_t>(from.matrix[i]));
-        };
+        const OwnByteShift by(from.phase);
+        const __m512i upper = _mm512_set1_epi64(static_cast<int64_t>(by.leftMask));
         const char* made = nullptr;
         __m512i bits = _mm512_setzero_si512();
         for (ptrdiff_t row = 0; row < band.rows; ++row, dst += band.step) {
             if (band.src[row] != made) {
                 made = band.src[row];
-                __m512i x = _mm512_maskz_loadu_epi8(from.read, made + from.first);
+                const char* const at = made + from.first;
+                __m512i x = _mm512_maskz_loadu_epi8(from.read, at);
+                if (from.phase != 0)
+                    x = _mm512_ternarylogic_epi64(
+                        upper, _mm512_sll_epi16(x, _mm_cvtsi32_si128(by.left)),
+                        _mm512_srl_epi16(_mm512_maskz_loadu_epi8(from.next, at + 1),
+                                         _mm_cvtsi32_si128(by.right)),
+                        0xCA);
                 x = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(orders, x));
-                bits = _mm512_gf2p8affine_epi64_epi8(x, matrixOf(0), 0);
-                for (ptrdiff_t i = 1; i < most; ++i)
-                    bits =
-                        _mm512_mask_gf2p8affine_epi64_epi8(bits, from.where[i], x, matrixOf(i), 0);
+                bits = _mm512_setzero_si512();
+                for (ptrdiff_t part = 0; part < parts; ++part)
+                    for (ptrdiff_t i = 0; i < most; ++i) {
+                        const __m512i matrix =
+                            _mm512_set1_epi64(static_cast<int64_t>(from.matrix[part][i]));
+                        bits = part == 0 && i == 0 ? _mm512_gf2p8affine_epi64_epi8(x, matrix, 0)
+                                                   : _mm512_mask_gf2p8affine_epi64_epi8(
+                                                         bits, from.where[part][i], x, matrix, 0);
+                    }
+                if (parts == 2)
+                    bits = _mm512_castsi256_si512(
+                        _mm512_cvtepi64_epi32(_mm512_or_si512(bits, _mm512_srli_epi64(bits, 32))));
             }
             __m512i result = bits;
             if (!from.whole)
@@ -348,7 +396,8 @@ template <class Step> void pickBy(const OwnPickedBits& bits) {
 
 void pick(const OwnPickedBits& bits) {
 #if defined(__AVX512BW__)
-    if (hasByteMatrices() && BlockStep::fits(bits)) return pickBy<BlockStep>(bits);
+    if (hasByteMatrices() && BlockStep<1>::fits(bits)) return pickBy<BlockStep<1>>(bits);
+    if (hasByteMatrices() && BlockStep<2>::fits(bits)) return pickBy<BlockStep<2>>(bits);
     if (hasByteMatrices() && LongStep::fits(bits)) return pickBy<LongStep>(bits);
 #endif
 #if defined(__AVX2__)

@@ -106,9 +106,13 @@ TEST(Bits, Picked) {
         const int32_t unitBits = random.oneOf({8, 14});
         const auto placesFor = [&](int64_t size, int64_t count) {
             const int64_t unit = int64_t{1} << unitBits;
-            // Steps by which the places go all along the source, or others.
+            // Steps by which the places go all along the source; or those up to which a byte finds
+            // its bits in a word, and half a byte.
             int64_t step = (size * unit + random.in(-1, 1)) / count;
-            if (random.chance(40)) step = random.in(0, 3) * unit / random.in(1, 3);
+            if (random.chance(50))
+                step = random.oneOf({int64_t{0}, unit / 2, unit * 8 / 9, unit, unit * 3 / 2,
+                                     unit * 56 / 31, unit * 2, unit * 3, unit * 8}) +
+                       random.in(-1, 1);
             step = std::max(step, int64_t{0});
             OwnBitPlaces places = {random.in(-1, 99) * unit / 100, step, unitBits, 0, size - 1};
             if (random.chance(20))
