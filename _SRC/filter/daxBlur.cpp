@@ -1,5 +1,4 @@
-#include "filter/blur.h"
-#include "filter/blur_words.h"
+#include "filter/blur_piece.h"
 #include "filter/source.h"
 #include "frame/border.h"
 #include "frame/call.h"
@@ -12,15 +11,6 @@
 namespace {
 
 constexpr OwnCall call = {"daxBlur", "daxBlur"};
-
-struct Window {
-    int32_t nRows;
-    int32_t nCols;
-    int32_t anchorX;
-    int32_t anchorY;
-    OwnBlurScale scale;
-    OwnBlurQuotient quotient;
-};
 
 ptrdiff_t smaller(ptrdiff_t a, ptrdiff_t b) { return a < b ? a : b; }
 
@@ -46,239 +36,104 @@ struct Region {
     }
 };
 
-// A channel of a plain image, from one of its pixels on.
-struct Channel {
-    char* start;
-    ptrdiff_t rowStep;
-    ptrdiff_t step; // bytes from sample to sample
+// The product of no pixels and no limit is no number, and such a one becomes 0x80000000.
+void fill(const OwnBlurPiece& piece, int32_t channel) {
+    const uint32_t value = piece.image->depth == DAX_DEPTH_32S ? 0x80000000u : 0;
+    for (ptrdiff_t row = 0; row < piece.height; ++row)
+        ownStridedMovers(piece.sample())
+            .fill(value, piece.row(channel, row), piece.step(), piece.width);
+}
 
-    Channel(const DaxImage* image, ptrdiff_t x, ptrdiff_t y, int32_t channel)
-        : rowStep(image->widthStep), step(ownSampleBytes(image->depth)) {
-        const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
-        const ptrdiff_t plane = pixels ? step : rowStep * image->height;
-        if (pixels) step *= image->nChannels;
-        start =
-            static_cast<char*>(image->imageData) + y * rowStep + x * step + (channel - 1) * plane;
-    }
-    char* row(ptrdiff_t index) const { return start + index * rowStep; }
-};
+void copy(const OwnBlurPiece& piece, int32_t channel, char* gathered) {
+    const OwnSourceRows src(piece.source, channel, 1);
+    for (ptrdiff_t row = 0; row < piece.height; ++row)
+        piece.put(src.fetch(piece.sourceX, piece.sourceY + row, piece.width, gathered), channel,
+                  row);
+}
 
-// Where the window of the first pixel starts in a plain source.
-struct Corner {
-    const DaxImage* image;
-    ptrdiff_t x;
-    ptrdiff_t y;
-};
-
-// One piece: from a plain source to a plain destination that shares no memory with it.
-class Piece {
+// Sums of columns that move down from row to row.
+class Columns {
 public:
-    Piece(const Window& all, const Region& common, const Corner& from, const DaxImage* to,
-          ptrdiff_t dstX, ptrdiff_t dstY, ptrdiff_t rows, ptrdiff_t columns)
-        : window(all), corner(from), dstImage(to), x(dstX), y(dstY), height(rows), width(columns),
-          columnCount(columns + all.nCols), sample(ownSampleBytes(to->depth)),
-          rowKernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(to->depth)]), wordKernels(to->depth),
-          sums(columnCount * rowKernels.rowsAtOnce), gathered(columnCount * sample * 2),
-          means(columns * sample * rowKernels.rowsAtOnce),
-          rowOfWords(usesWords() ? wordCount() : 1),
-          moving(usesWords() && !usesQuotient() ? columns + ownBlurBlock : 1) {
-        for (int32_t channel = common.firstChannel; channel <= common.lastChannel; ++channel) {
-            if (all.nRows == 0 || all.nCols == 0)
-                fill(channel);
-            else if (!sums || !gathered || !means || !rowOfWords || !moving)
-                continue;
-            else if (all.nRows == 1 && all.nCols == 1)
-                copy(channel);
-            else if (usesWords())
-                blurWords(channel);
-            else
-                blur(channel);
+    explicit Columns(const OwnBlurPiece& all)
+        : piece(all), columnCount(all.width + all.window.nCols), sample(all.sample()),
+          kernels(ownRows<OwnBlur>().byDepth[ownDepthIndex(all.image->depth)]),
+          sums(columnCount * kernels.rowsAtOnce), gathered(columnCount * sample * 2),
+          means(all.width * sample * kernels.rowsAtOnce) {}
+
+    explicit operator bool() const { return sums && gathered && means; }
+
+    void blur(int32_t channel) const {
+        const OwnBlurWindow& window = piece.window;
+        const ptrdiff_t width = piece.width;
+        const OwnSourceRows src(piece.source, channel, 1);
+        const bool direct = piece.step() == sample;
+        // Of floats and of integers, 0 has no bit set.
+        ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
+        for (ptrdiff_t row = 0; row < window.nRows; ++row)
+            kernels.add(fetched(src, row, 0), columns(0), columnCount);
+        int32_t last = 0; // the slot of the latest sums
+        for (ptrdiff_t row = 0; row < piece.height;) {
+            const void* from[ownMostBlurRows] = {};
+            char* to[ownMostBlurRows] = {};
+            int32_t rows = 0;
+            for (; rows < kernels.rowsAtOnce && row + rows < piece.height; ++rows) {
+                const ptrdiff_t at = row + rows;
+                if (at > 0)
+                    kernels.slide(fetched(src, at - 1 + window.nRows, 0), fetched(src, at - 1, 1),
+                                  columns(last), columns(rows), columnCount);
+                last = rows;
+                from[rows] = columns(rows);
+                to[rows] = direct ? piece.row(channel, at) : means.get() + rows * width * sample;
+            }
+            kernels.means(from, to, rows, width, window.nCols, window.scale);
+            if (!direct)
+                for (int32_t k = 0; k < rows; ++k) piece.put(to[k], channel, row + k);
+            row += rows;
         }
     }
 
 private:
-    void copy(int32_t channel) const {
-        const OwnSourceRows src(corner.image, channel, 1);
-        const Channel dst(dstImage, x, y, channel);
-        for (ptrdiff_t row = 0; row < height; ++row) put(fetched(src, row, 0), dst, row);
-    }
-
-    // The product of no pixels and no limit is no number, and such a one becomes 0x80000000.
-    void fill(int32_t channel) const {
-        const uint32_t value = dstImage->depth == DAX_DEPTH_32S ? 0x80000000u : 0;
-        const Channel dst(dstImage, x, y, channel);
-        for (ptrdiff_t row = 0; row < height; ++row)
-            ownStridedMovers(sample).fill(value, dst.row(row), dst.step, width);
-    }
-
-    void put(const char* from, const Channel& dst, ptrdiff_t row) const {
-        if (dst.step == sample)
-            ownCopyRow(from, dst.row(row), width * sample);
-        else
-            ownStridedMovers(sample).copy(from, sample, dst.row(row), dst.step, width);
-    }
-
     // A row of the window's place, with its samples side by side.
     const char* fetched(const OwnSourceRows& src, ptrdiff_t row, ptrdiff_t slot) const {
-        return src.fetch(corner.x, corner.y + row, columnCount,
+        return src.fetch(piece.sourceX, piece.sourceY + row, columnCount,
                          gathered.get() + slot * columnCount * sample);
     }
 
     uint32_t* columns(int32_t slot) const { return sums.get() + slot * columnCount; }
 
-    void blur(int32_t channel) const {
-        const OwnSourceRows src(corner.image, channel, 1);
-        const Channel dst(dstImage, x, y, channel);
-        const bool direct = dst.step == sample;
-        // Of floats and of integers, 0 has no bit set.
-        ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
-        for (ptrdiff_t row = 0; row < window.nRows; ++row)
-            rowKernels.add(fetched(src, row, 0), columns(0), columnCount);
-        int32_t last = 0; // the slot of the latest sums
-        for (ptrdiff_t row = 0; row < height;) {
-            const void* from[ownMostBlurRows] = {};
-            char* to[ownMostBlurRows] = {};
-            int32_t rows = 0;
-            for (; rows < rowKernels.rowsAtOnce && row + rows < height; ++rows) {
-                const ptrdiff_t at = row + rows;
-                if (at > 0)
-                    rowKernels.slide(fetched(src, at - 1 + window.nRows, 0),
-                                     fetched(src, at - 1, 1), columns(last), columns(rows),
-                                     columnCount);
-                last = rows;
-                from[rows] = columns(rows);
-                to[rows] = direct ? dst.row(at) : means.get() + rows * width * sample;
-            }
-            rowKernels.means(from, to, rows, width, window.nCols, window.scale);
-            if (!direct)
-                for (int32_t k = 0; k < rows; ++k) put(to[k], dst, row + k);
-            row += rows;
-        }
-    }
-
-    bool usesQuotient() const {
-        return dstImage->depth == DAX_DEPTH_8U && window.quotient.factor != 0;
-    }
-
-    bool usesWords() const {
-        if (wordKernels.differ == nullptr) return false;
-        return usesQuotient() || (window.scale.single != 0 && window.nCols <= ownMostBlurWords);
-    }
-
-    ptrdiff_t wordCount() const { return columnCount + ownBlurWordsBefore + ownBlurWordsAfter; }
-
-    // The part of a row from `at` to `end`, at its place among the columns. What is beyond an edge
-    // goes on its own, so that what is inside needn't be copied.
-    struct Part {
-        ptrdiff_t at;
-        ptrdiff_t end;
-        bool constant;
-    };
-
-    // Gives their count.
-    int32_t split(Part* parts) const {
-        const DaxImage* image = corner.image;
-        const auto inside = [&](ptrdiff_t place) {
-            return place < 0 ? 0 : smaller(place, columnCount);
-        };
-        const ptrdiff_t places[] = {0, inside(-corner.x), inside(image->width - corner.x),
-                                    columnCount};
-        int32_t count = 0;
-        for (int32_t k = 0; k < 3; ++k) {
-            if (places[k] >= places[k + 1]) continue;
-            const int32_t mode = image->borderModes[k == 0 ? 2 : 3] & 3;
-            parts[count++] = {places[k], places[k + 1], k != 1 && mode == DAX_BORDER_CONST};
-        }
-        return count;
-    }
-
-    bool isInside(ptrdiff_t row) const {
-        return corner.y + row >= 0 && corner.y + row < corner.image->height;
-    }
-
-    const char* fetched(const OwnSourceRows& src, ptrdiff_t row, ptrdiff_t slot,
-                        const Part& part) const {
-        return src.fetch(corner.x + part.at, corner.y + row, part.end - part.at,
-                         gathered.get() + slot * columnCount * sample);
-    }
-
-    // The words of a row, which have moved down from the row above.
-    void moveWords(const OwnSourceRows& src, const Part* parts, int32_t count, ptrdiff_t row,
-                   uint16_t* words) const {
-        const auto move = usesQuotient() ? ownRows<OwnBlurWords>().slide : wordKernels.differ;
-        const bool rowsInside = isInside(row - 1) && isInside(row - 1 + window.nRows);
-        for (int32_t k = 0; k < count; ++k) {
-            const Part& part = parts[k];
-            const ptrdiff_t size = part.end - part.at;
-            if (!part.constant || !rowsInside)
-                move(fetched(src, row - 1 + window.nRows, 0, part), fetched(src, row - 1, 1, part),
-                     words + part.at, size);
-            else if (!usesQuotient())
-                ownFillRow16(0, reinterpret_cast<char*>(words + part.at), size);
-        }
-    }
-
-    void blurWords(int32_t channel) const {
-        const OwnSourceRows src(corner.image, channel, 1);
-        const Channel dst(dstImage, x, y, channel);
-        const bool direct = dst.step == sample;
-        Part parts[3];
-        const int32_t partCount = split(parts);
-
-        ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
-        for (ptrdiff_t row = 0; row < window.nRows; ++row)
-            for (int32_t k = 0; k < partCount; ++k)
-                rowKernels.add(fetched(src, row, 0, parts[k]), columns(0) + parts[k].at,
-                               parts[k].end - parts[k].at);
-        ownFillRow16(0, reinterpret_cast<char*>(rowOfWords.get()), wordCount());
-        uint16_t* words = rowOfWords.get() + ownBlurWordsBefore;
-        if (usesQuotient())
-            for (ptrdiff_t i = 0; i < columnCount; ++i)
-                words[i] = static_cast<uint16_t>(columns(0)[i]);
-        else
-            wordKernels.start(columns(0), moving.get(), width, window.nCols);
-        for (ptrdiff_t row = 0; row < height; ++row) {
-            char* to = direct ? dst.row(row) : means.get();
-            if (row > 0) moveWords(src, parts, partCount, row, words);
-            if (usesQuotient())
-                ownRows<OwnBlurWords>().quotients(words, to, width, window.nCols, window.quotient);
-            else
-                wordKernels.means(words, moving.get(), to, width, window.nCols,
-                                  window.scale.single);
-            if (!direct) put(to, dst, row);
-        }
-    }
-
-    // Those of 8 bits have some.
-    struct WordKernels : OwnBlurWordRows {
-        explicit WordKernels(int32_t depth) : OwnBlurWordRows{} {
-            if (ownSampleBytes(depth) == 1)
-                OwnBlurWordRows::operator=(
-                    ownRows<OwnBlurWords>().byDepth[depth == DAX_DEPTH_8U ? 0 : 1]);
-        }
-    };
-
-    const Window& window;
-    const Corner corner;
-    const DaxImage* dstImage;
-    const ptrdiff_t x;
-    const ptrdiff_t y;
-    const ptrdiff_t height;
-    const ptrdiff_t width;
+    const OwnBlurPiece& piece;
     const ptrdiff_t columnCount;
     const ptrdiff_t sample;
-    const OwnBlurRows& rowKernels;
-    const WordKernels wordKernels;
-    OwnBuffer<uint32_t> sums;
-    OwnBuffer<char> gathered;
-    OwnBuffer<char> means;
-    OwnBuffer<uint16_t> rowOfWords;
-    OwnBuffer<uint32_t> moving; // the sums of windows, which go with differences
+    const OwnBlurRows& kernels;
+    const OwnBuffer<uint32_t> sums;
+    const OwnBuffer<char> gathered;
+    const OwnBuffer<char> means;
 };
+
+void blurPiece(const OwnBlurPiece& piece, const Region& common) {
+    const OwnBlurWindow& window = piece.window;
+    const int32_t first = common.firstChannel;
+    const int32_t last = common.lastChannel;
+    if (first > last) return;
+    if (window.nRows == 0 || window.nCols == 0) {
+        for (int32_t channel = first; channel <= last; ++channel) fill(piece, channel);
+    } else if (window.nRows == 1 && window.nCols == 1) {
+        const OwnBuffer<char> gathered(piece.width * piece.sample());
+        if (!gathered) return;
+        for (int32_t channel = first; channel <= last; ++channel)
+            copy(piece, channel, gathered.get());
+    } else if (ownBlursBytes(piece)) {
+        ownBlurBytes(piece, first, last);
+    } else {
+        const Columns engine(piece);
+        if (!engine) return;
+        for (int32_t channel = first; channel <= last; ++channel) engine.blur(channel);
+    }
+}
 
 // Whether a rectangle with its surroundings is one that a block can hold. None is worked that
 // isn't, with a copy of it or without.
-bool fits(const Window& window, const DaxImage* image, ptrdiff_t height, ptrdiff_t width) {
+bool fits(const OwnBlurWindow& window, const DaxImage* image, ptrdiff_t height, ptrdiff_t width) {
     const bool pixels = image->dataOrder == DAX_DATA_PIXEL;
     const int64_t rows = (height + window.nRows) * (pixels ? 1 : image->nChannels);
     const int64_t samples = (width + window.nCols) * (pixels ? image->nChannels : 1);
@@ -292,8 +147,8 @@ bool fits(const Window& window, const DaxImage* image, ptrdiff_t height, ptrdiff
 class Padded {
 public:
     // False when it can't be had.
-    bool fetch(const Window& window, DaxImage* image, ptrdiff_t x, ptrdiff_t y, ptrdiff_t height,
-               ptrdiff_t width) {
+    bool fetch(const OwnBlurWindow& window, DaxImage* image, ptrdiff_t x, ptrdiff_t y,
+               ptrdiff_t height, ptrdiff_t width) {
         const ptrdiff_t firstX = x - window.anchorX;
         const ptrdiff_t firstY = y - window.anchorY;
         if (height + window.nRows > INT32_MAX || width + window.nCols > INT32_MAX) return false;
@@ -307,7 +162,7 @@ public:
         header.imageData = block.get();
         return static_cast<bool>(block);
     }
-    Corner corner() const { return {&header, 0, 0}; }
+    const DaxImage* image() const { return &header; }
 
 private:
     DaxImage header;
@@ -346,8 +201,8 @@ void releaseTile(DaxImage* image, ptrdiff_t col, ptrdiff_t row) {
 
 // Tile columns are the outer loop, and a tile is released when its neighbours to the right and
 // below have been worked.
-void blurTiles(const Window& window, const Region& common, DaxImage* srcImage, DaxImage* dstImage,
-               const Span& x, const Span& y) {
+void blurTiles(const OwnBlurWindow& window, const Region& common, DaxImage* srcImage,
+               DaxImage* dstImage, const Span& x, const Span& y) {
     const DaxTileInfo* tiles = dstImage->tileInfo;
     DaxImage header;
     ownTileHeader(dstImage, &header);
@@ -367,7 +222,7 @@ void blurTiles(const Window& window, const Region& common, DaxImage* srcImage, D
                 return;
             if (!tile.request(col, row, DAX_TILE_WRITE)) return;
             header.imageData = tile.data();
-            Piece(window, common, padded.corner(), &header, inX, inY, height, width);
+            blurPiece({window, padded.image(), 0, 0, &header, inX, inY, height, width}, common);
             if (col > x.first && row > y.first) releaseTile(dstImage, col - 1, row - 1);
         }
     }
@@ -376,6 +231,13 @@ void blurTiles(const Window& window, const Region& common, DaxImage* srcImage, D
 }
 
 } // namespace
+
+void OwnBlurPiece::put(const char* samples, int32_t channel, ptrdiff_t index) const {
+    if (step() == sample())
+        ownCopyRow(samples, row(channel, index), width * sample());
+    else
+        ownStridedMovers(sample()).copy(samples, sample(), row(channel, index), step(), width);
+}
 
 void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCols, int32_t anchorX,
              int32_t anchorY, const DaxMapping* mapping) {
@@ -388,8 +250,7 @@ void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCol
     if (call.rejects(anchorX < 0 || anchorY < 0, "(anchorX<0||anchorY<0)")) return;
 
     const int64_t count = int64_t{nRows} * nCols;
-    const Window window = {
-        nRows, nCols, anchorX, anchorY, ownBlurScale(count), ownBlurQuotient(count)};
+    const OwnBlurWindow window = {nRows, nCols, anchorX, anchorY, ownBlurScale(count)};
     const Region src(srcImage);
     Region dst(dstImage);
     dst.height = smaller(dst.height, src.height);
@@ -403,10 +264,12 @@ void daxBlur(DaxImage* srcImage, DaxImage* dstImage, int32_t nRows, int32_t nCol
         Padded padded;
         if (!fits(window, srcImage, dst.height, dst.width)) return;
         if (srcImage->tileInfo == nullptr && !ownMayOverlap(srcImage, dstImage))
-            Piece(window, dst, {srcImage, src.x - anchorX, src.y - anchorY}, dstImage, dst.x, dst.y,
-                  dst.height, dst.width);
+            blurPiece({window, srcImage, src.x - anchorX, src.y - anchorY, dstImage, dst.x, dst.y,
+                       dst.height, dst.width},
+                      dst);
         else if (padded.fetch(window, srcImage, src.x, src.y, dst.height, dst.width))
-            Piece(window, dst, padded.corner(), dstImage, dst.x, dst.y, dst.height, dst.width);
+            blurPiece({window, padded.image(), 0, 0, dstImage, dst.x, dst.y, dst.height, dst.width},
+                      dst);
         return;
     }
     Span x = wholeSpan(dst.x, dst.width, src.x, tiles->width);

@@ -1,14 +1,15 @@
 // daxBlur against a plain model: running sums, as they are defined, and the walk of tiles.
 
 #include "filter/blur.h"
-#include "filter/blur_words.h"
+#include "filter/blur_bytes.h"
 #include "filter/window.h"
 #include "kit/platform.h"
 #include "kit/reports.h"
 #include "kit/tiles.h"
 
+#include <bit>
+#include <cmath>
 #include <cstring>
-#include <map>
 
 namespace {
 
@@ -173,119 +174,78 @@ TEST(Blur, TruncatesTheExactProduct) {
         }
 }
 
-// Where means are taken in words or in single precision, they are those of the exact product, for
-// all counts of pixels: in words all sums, in single precision those next to multiples.
+// Where means are taken in single precision they are those of the exact product, for all counts of
+// pixels and sums next to multiples; between them means don't change.
 TEST(Blur, ShortProductsAreTheExactOnes) {
-    int32_t inWords = 0;
     for (int32_t count = 2; count < 30000; ++count) {
         const OwnBlurScale scale = ownBlurScale(count);
         EXPECT_EQ(scale.scale, static_cast<double>(1.0f / static_cast<float>(count)));
-        const OwnBlurQuotient by = ownBlurQuotient(count);
+        EXPECT_EQ(scale.single != 0, count <= ownMostBlurBytes);
+        if (scale.single == 0) continue;
+        const OwnBlurMean by = ownBlurMean(count, false);
+        EXPECT_EQ(ownBlurMean(count, true).factor, scale.single);
         int32_t wrong = 0;
-        inWords += by.factor != 0 ? 1 : 0;
-        for (int32_t sum = 0; by.factor != 0 && sum <= 255 * count; ++sum) {
-            const int32_t moved = std::max(sum + by.up - by.down, 0);
-            const auto mean = static_cast<int32_t>(static_cast<uint32_t>(moved) * by.factor >> 16);
-            wrong += sum + by.up > UINT16_MAX ||
-                     mean >> by.shift != static_cast<int32_t>(sum * scale.scale);
-        }
-        for (int32_t k = -128; scale.single != 0 && k <= 255; ++k)
-            for (int32_t sum = k * count - 1; sum <= k * count + 1; ++sum)
-                wrong += static_cast<int32_t>(static_cast<float>(sum) * scale.single) !=
-                         static_cast<int32_t>(sum * scale.scale);
+        for (int32_t k = -128; k <= 255; ++k)
+            for (int32_t sum = k * count - 1; sum <= k * count + 1; ++sum) {
+                const auto mean = static_cast<int32_t>(sum * scale.scale);
+                wrong += static_cast<int32_t>(static_cast<float>(sum) * scale.single) != mean;
+                if (sum < 0 || sum > 255 * count) continue;
+                const auto lifted = std::bit_cast<float>(by.base + static_cast<uint32_t>(sum));
+                const auto lowByte = [&](float fused) {
+                    return static_cast<int32_t>(std::bit_cast<uint32_t>(fused) & 255);
+                };
+                const int32_t rounded =
+                    lowByte(std::fma(lifted, by.factor, 0x1p23F - by.quotient + 255.5F));
+                const int64_t whole = static_cast<int64_t>(std::floor(
+                    static_cast<long double>(lifted) * static_cast<long double>(by.factor) -
+                    static_cast<long double>(by.quotient)));
+                wrong += std::max(rounded - by.down, 0) != mean || whole != rounded;
+            }
         ASSERT_EQ(wrong, 0) << count;
     }
-    EXPECT_GT(inWords, 250);
-    EXPECT_EQ(ownBlurQuotient(258).factor, 0);
 }
 
+// Sizes about those of vectors and strips, and of what differences of words hold; windows higher
+// than the image and wider than sums of bytes serve.
 TEST(Blur, LongRows) {
-    kit::forSeeds(30, [&](Random& random) {
-        for (int32_t d = 1; d < 6; ++d) {
-            Image src({.depth = kit::depths[d], .width = random.in(900, 2600), .height = 9},
-                      random);
-            Image dst({.depth = kit::depths[d], .width = 2600, .height = 9}, random);
-            window::anyBorders(random, src, false);
-            const Window window = {random.in(1, 9), random.in(2, 200), 3, 2};
-            Image expected = dst;
-            const Regions regions(src, dst);
-            runModel(window, src, expected, regions.src, regions.dst);
-            kit::forEachIsa([&] {
-                Image result = dst;
-                window.run(src, result);
-                EXPECT_EQ(kit::byteDifference(result, expected), "");
-            });
+    const auto near = [](Random& random, const std::vector<int32_t>& sizes, int32_t least) {
+        return std::max(random.of(sizes) + random.in(-2, 3), least);
+    };
+    kit::forSeeds(60, [&](Random& random) {
+        const int32_t channels = random.chance(50) ? 1 : random.in(2, 5);
+        Shape shape = {.depth = random.of(std::vector<int32_t>(kit::depths + 1, kit::depths + 6)),
+                       .channels = channels,
+                       .width = near(random, {1, 32, 64, 128, 192, 600, 2048, 2112}, 1),
+                       .height = random.in(1, 7),
+                       .order = random.in(0, 1)};
+        if (random.chance(60)) shape.depth = random.chance(70) ? DAX_DEPTH_8U : DAX_DEPTH_8S;
+        std::vector<Image> images;
+        images.emplace_back(shape, random);
+        if (random.chance(30)) shape.order = 1 - shape.order;
+        if (random.chance(30)) shape.channels = random.in(1, 5);
+        images.emplace_back(shape, random);
+        window::anyBorders(random, images[0], false);
+        const int32_t nCols = near(random, {2, 7, 64, 128, 256, 512}, 1);
+        const int32_t nRows = random.chance(80) ? random.in(1, 9) : random.in(10, 300);
+        const Window window = {nRows, nCols, random.in(0, nCols + 5), random.in(0, nRows + 5)};
+        if (nRows * nCols == 1) return;
+        for (Image& image : images) {
+            const int32_t coi = random.chance(80) ? 0 : random.in(1, image->nChannels);
+            if (!random.chance(30)) continue;
+            image.roi = {coi, random.in(0, 9), random.in(0, 3), image->height, image->width};
+            image.header.roi = &image.roi;
         }
+        Image expected = images[1];
+        const Regions regions(images[0], images[1]);
+        runModel(window, images[0], expected, regions.src, regions.dst);
+        kit::forEachIsa([&] {
+            Image result = images[1];
+            window.run(images[0], result);
+            EXPECT_EQ(kit::byteDifference(result, expected), "")
+                << images[0].shape().text() << " " << nRows << "x" << nCols;
+        });
     });
 }
-
-// A tiled destination that holds as many tiles as it is asked for.
-class ManyTiles {
-public:
-    ManyTiles(const Image& plain, int32_t tileWidth, int32_t tileHeight)
-        : header(plain.header), roi(plain.roi), info{callBack, 0, nullptr, tileWidth, tileHeight},
-          whole(plain) {
-        header.imageData = nullptr;
-        header.tileInfo = &info;
-        if (header.roi != nullptr) header.roi = &roi;
-        current = this;
-    }
-
-    operator DaxImage*() { return &header; }
-
-    DaxImage header;
-    DaxROI roi;
-    DaxTileInfo info;
-    Image whole; // with the pixels of the tiles that were released
-    Lines lines;
-    std::map<std::pair<int32_t, int32_t>, Image> held;
-    int32_t failRequest = 0;
-
-private:
-    static void callBack(DaxImage* image, int32_t col, int32_t row, int32_t mode) {
-        EXPECT_EQ(image, &current->header);
-        current->serve(col, row, mode);
-    }
-
-    void serve(int32_t col, int32_t row, int32_t mode) {
-        lines.push_back((mode == DAX_TILE_WRITE ? "+" : "-") + std::to_string(col) + "," +
-                        std::to_string(row));
-        info.tileData = nullptr;
-        if (mode == DAX_TILE_WRITE) {
-            if (--failRequest == 0) return;
-            Shape shape = whole.shape();
-            shape.width = info.width;
-            shape.height = info.height;
-            shape.slack = 0;
-            shape.roi.reset();
-            const auto made = held.emplace(std::pair(col, row), Image(shape));
-            EXPECT_TRUE(made.second) << "asked for twice";
-            info.tileData = made.first->second.data();
-            each(made.first->second, col, row,
-                 [](Image& tile, int32_t x, int32_t y, Image& all, int32_t atX, int32_t atY,
-                    int32_t c) { tile.set(x, y, c, all.get(atX, atY, c)); });
-            return;
-        }
-        EXPECT_EQ(mode, DAX_TILE_RELEASE);
-        const auto found = held.find({col, row});
-        ASSERT_NE(found, held.end()) << "not held";
-        each(found->second, col, row,
-             [](Image& tile, int32_t x, int32_t y, Image& all, int32_t atX, int32_t atY,
-                int32_t c) { all.set(atX, atY, c, tile.get(x, y, c)); });
-        held.erase(found);
-    }
-
-    template <class Each> void each(Image& tile, int32_t col, int32_t row, Each use) {
-        for (int32_t channel = 1; channel <= header.nChannels; ++channel)
-            for (int32_t y = 0; y < info.height && row * info.height + y < header.height; ++y)
-                for (int32_t x = 0; x < info.width && col * info.width + x < header.width; ++x)
-                    use(tile, x, y, whole, col * info.width + x, row * info.height + y, channel);
-    }
-
-    static ManyTiles* current;
-};
-
-ManyTiles* ManyTiles::current = nullptr;
 
 TEST(Blur, Tiles) {
     kit::Reports reports;
@@ -301,7 +261,9 @@ TEST(Blur, Tiles) {
                                     random.in(-9, images[1]->height + 9)};
         kit::TileLog log;
         kit::Tiles srcTiles(images[0], 'A', 16, 8, log);
-        ManyTiles dstTiles(images[1], width, height);
+        kit::TileLog dstLog;
+        kit::Tiles dstTiles(images[1], 'D', width, height, dstLog);
+        dstTiles.atMost = SIZE_MAX;
 
         Image expected = images[1];
         const Regions regions(images[0], images[1]);
@@ -314,8 +276,8 @@ TEST(Blur, Tiles) {
         const int32_t firstRow = mapped ? mapping.yDst / height : to.y / height;
         const int32_t lastRow = mapped ? firstRow : (to.y + to.height - 1) / height;
         Lines lines;
-        const auto line = [&](char what, int32_t col, int32_t row) {
-            lines.push_back(what + std::to_string(col) + "," + std::to_string(row));
+        const auto line = [&](const std::string& what, int32_t col, int32_t row) {
+            lines.push_back("D " + what + std::to_string(col) + "," + std::to_string(row));
         };
         bool any = to.width > 0 && to.height > 0;
         if (!dstTiled) runModel(window, images[0], expected, regions.src, to);
@@ -329,19 +291,19 @@ TEST(Blur, Tiles) {
                 const Rect from = {regions.src.x + x - to.x, regions.src.y + y - to.y, endY - y,
                                    endX - x};
                 runModel(window, images[0], expected, from, {x, y, endY - y, endX - x});
-                line('+', col, row);
-                if (col > firstCol && row > firstRow) line('-', col - 1, row - 1);
+                line("write ", col, row);
+                if (col > firstCol && row > firstRow) line("release ", col - 1, row - 1);
             }
         if (dstTiled && any) {
-            for (int32_t col = firstCol; col <= lastCol; ++col) line('-', col, lastRow);
-            for (int32_t row = firstRow; row < lastRow; ++row) line('-', lastCol, row);
+            for (int32_t col = firstCol; col <= lastCol; ++col) line("release ", col, lastRow);
+            for (int32_t row = firstRow; row < lastRow; ++row) line("release ", lastCol, row);
         }
         window.run(srcTiled ? srcTiles : static_cast<DaxImage*>(images[0]),
                    dstTiled ? dstTiles : static_cast<DaxImage*>(images[1]),
                    mapped ? &mapping : nullptr);
-        EXPECT_EQ(kit::pixelDifference(dstTiled ? dstTiles.whole : images[1], expected), "");
-        EXPECT_EQ(dstTiles.lines, lines);
-        EXPECT_TRUE(dstTiles.held.empty());
+        EXPECT_EQ(kit::pixelDifference(dstTiled ? dstTiles.gathered() : images[1], expected), "");
+        EXPECT_EQ(dstLog.lines, lines);
+        EXPECT_FALSE(dstTiles.holds());
     });
     EXPECT_EQ(reports.take(), Lines{});
 }
@@ -392,27 +354,33 @@ TEST(Blur, OutOfMemoryAndTiles) {
         const bool failed = platform.requests >= platform.failRequest;
         EXPECT_EQ(kit::byteDifference(dst, failed ? before : whole), "");
     });
-    EXPECT_GE(requests, 2);
-    ManyTiles tiles(before, 8, 8);
-    tiles.failRequest = 4;
-    window.run(from, tiles);
-    EXPECT_EQ(tiles.lines, (Lines{"+0,0", "+0,1", "+1,0", "+1,1"}));
-    // The source of a piece comes before the tile that is written.
-    kit::TileLog log;
-    log.failRequest = 3;
-    kit::Tiles source(src, 'A', 16, 16, log);
-    ManyTiles some(before, 8, 8);
-    window.run(source, some);
-    EXPECT_EQ(some.lines, (Lines{"+0,0", "+0,1"}));
+    EXPECT_GE(requests, 1);
+    // A tile without data ends the call; the source of a piece comes before the tile is written.
+    for (const bool srcFails : {false, true}) {
+        kit::TileLog srcLog, dstLog;
+        (srcFails ? srcLog : dstLog).failRequest = srcFails ? 3 : 4;
+        kit::Tiles source(src, 'S', 16, 16, srcLog);
+        kit::Tiles tiles(before, 'D', 8, 8, dstLog);
+        tiles.atMost = SIZE_MAX;
+        window.run(source, tiles);
+        Lines lines = {"D write 0,0", "D write 0,1", "D write 1,0", "D write 1,1"};
+        if (srcFails) lines.resize(2);
+        EXPECT_EQ(dstLog.lines, lines);
+    }
     // Where there is no row of sums, one piece is left out and the walk goes on.
-    kit::StandIn platform;
-    platform.failRequest = 2;
-    ManyTiles each(before, 8, 8);
-    window.run(from, each);
-    EXPECT_EQ(each.lines.size(), 8u);
-    EXPECT_EQ(each.whole.get(7, 7, 3), before.get(7, 7, 3));
-    EXPECT_EQ(each.whole.get(8, 7, 3), whole.get(8, 7, 3));
-    EXPECT_EQ(each.whole.get(7, 8, 3), whole.get(7, 8, 3));
+    kit::TileLog log;
+    kit::Tiles each(before, 'D', 8, 8, log);
+    each.atMost = SIZE_MAX;
+    {
+        kit::StandIn platform;
+        platform.failRequest = 2;
+        window.run(from, each);
+    }
+    EXPECT_EQ(log.lines.size(), 8u);
+    const Image result = each.gathered();
+    EXPECT_EQ(result.get(7, 7, 3), before.get(7, 7, 3));
+    EXPECT_EQ(result.get(8, 7, 3), whole.get(8, 7, 3));
+    EXPECT_EQ(result.get(7, 8, 3), whole.get(7, 8, 3));
     EXPECT_EQ(reports.take(), Lines{});
 }
 
