@@ -475,11 +475,14 @@ void turnPart(const char* src, ptrdiff_t stepX, ptrdiff_t stepY, char* dst, ptrd
 template <ptrdiff_t size>
 void turnParts(const char* src, ptrdiff_t stepX, ptrdiff_t stepY, char* dst, ptrdiff_t rowStep,
                ptrdiff_t stepDst, ptrdiff_t pixelBytes, ptrdiff_t width, ptrdiff_t height) {
-    constexpr ptrdiff_t side = 64;
-    for (ptrdiff_t y = 0; y < height; y += side)
-        for (ptrdiff_t x = 0; x < width; x += side) {
-            const ptrdiff_t partWidth = width - x < side ? width - x : side;
-            const ptrdiff_t partHeight = height - y < side ? height - y : side;
+    // Rows of 1024 bytes share few sets of the innermost cache: with 64 of them 512 by 512 samples
+    // of 16 bits take three times as long.
+    constexpr ptrdiff_t columns = 64;
+    constexpr ptrdiff_t rows = size == 2 ? 32 : 64;
+    for (ptrdiff_t y = 0; y < height; y += rows)
+        for (ptrdiff_t x = 0; x < width; x += columns) {
+            const ptrdiff_t partWidth = width - x < columns ? width - x : columns;
+            const ptrdiff_t partHeight = height - y < rows ? height - y : rows;
             char* const part = dst + y * rowStep + x * stepDst;
             for (ptrdiff_t row = 0; row < partHeight; ++row)
                 for (ptrdiff_t byte = 0; byte < partWidth * stepDst; byte += 64)
