@@ -63,13 +63,56 @@ void setCoi(Image& image, int32_t coi) {
     image->roi = &image.roi;
 }
 
-// The channels of interest, told for one source.
-std::vector<Step> coiSteps(Image& source, Image& result, const std::string& name) {
-    return {{"dstImage->roi->coi > 0 && " + name + "->roi == 0", [&] { setCoi(source, 0); }},
-            {"dstImage->roi->coi > 0 && " + name + "->roi->coi == 0",
-             [&] { result->roi = nullptr, setCoi(source, 2); }},
-            {name + "->roi->coi > 0 && dstImage->roi == 0", [&] { source->roi = nullptr; }}};
+using Named = std::vector<std::pair<Image*, std::string>>;
+
+// What the checks begin with: each image's own, and depths.
+std::vector<Step> first(Image& result, const Named& sources) {
+    std::vector<Step> steps = fullCheck(result, "dstImage");
+    for (const auto& [image, name] : sources) append(&steps, fullCheck(*image, name));
+    result->depth = DAX_DEPTH_32S;
+    append(&steps, {{"dstImage->depth != 8 && dstImage->depth != 16",
+                     [&result] { result->depth = DAX_DEPTH_8U; }}});
+    for (const auto& source : sources) {
+        (*source.first)->depth = DAX_DEPTH_16S;
+        append(&steps, {{source.second + "->depth != dstImage->depth",
+                         [image = source.first] { (*image)->depth = DAX_DEPTH_8U; }}});
+    }
+    return steps;
 }
+
+// The channels of interest of the result and of a source after the other. In the end none is left.
+void appendCoi(std::vector<Step>* steps, Image& result, const Named& sources) {
+    const auto before = [steps](const std::function<void()>& change) {
+        steps->back().mend = [mend = steps->back().mend, change] { mend(), change(); };
+    };
+    for (const auto& one : sources) {
+        Image* const image = one.first;
+        const std::string& name = one.second;
+        before([&result] { setCoi(result, 1); });
+        append(
+            steps,
+            {{"dstImage->roi->coi > 0 && " + name + "->roi == 0", [image] { setCoi(*image, 0); }},
+             {"dstImage->roi->coi > 0 && " + name + "->roi->coi == 0",
+              [&result, sources, image] {
+                  for (const auto& other : sources) (*other.first)->roi = nullptr;
+                  result->roi = nullptr, setCoi(*image, 2);
+              }},
+             {name + "->roi->coi > 0 && dstImage->roi == 0", [image] { setCoi(*image, 1); }}});
+    }
+    before([&result, sources] {
+        for (const auto& other : sources) (*other.first)->roi = nullptr;
+        result->roi = nullptr;
+    });
+}
+
+std::string countText(const std::string& name) {
+    return "(" + name + "->nChannels - (" + name +
+           "->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel != 0))";
+}
+
+const std::string typeText =
+    "compositeType != 0 && compositeType != 1 && compositeType != 2 && compositeType != 3 && "
+    "compositeType != 4 && compositeType != 5";
 
 TEST(AlphaChecks, Composite) {
     for (const bool separate : {false, true}) {
@@ -77,74 +120,52 @@ TEST(AlphaChecks, Composite) {
         int32_t type = 6;
         int32_t premultiplied = 2;
         int32_t divides = -1;
-        is.result->depth = DAX_DEPTH_8S;
-        for (Image* image : {&is.a, &is.b, &is.alphaA, &is.alphaB, &is.alphaDst})
-            (*image)->depth = DAX_DEPTH_16S;
-        std::vector<Step> steps = fullCheck(is.result, "dstImage");
-        append(&steps, fullCheck(is.a, "srcImageA"));
-        append(&steps, fullCheck(is.b, "srcImageB"));
-        append(&steps,
-               {{"dstImage->depth != 8 && dstImage->depth != 16",
-                 [&] { is.result->depth = DAX_DEPTH_8U; }},
-                {"srcImageA->depth != dstImage->depth", [&] { is.a->depth = DAX_DEPTH_8U; }},
-                {"srcImageB->depth != dstImage->depth", [&] { is.b->depth = DAX_DEPTH_8U; }}});
+        const Named sources = {{&is.a, "srcImageA"}, {&is.b, "srcImageB"}};
+        std::vector<Step> steps = first(is.result, sources);
         if (separate) {
-            const auto alphaImage = [&](Image& image, const std::string& name) {
-                append(&steps, fullCheck(image, name));
-                append(&steps, {{name + "->depth != dstImage->depth",
-                                 [&image] { image->depth = DAX_DEPTH_8U; }}});
-            };
-            alphaImage(is.alphaA, "alphaImageA");
-            alphaImage(is.alphaB, "alphaImageB");
-            alphaImage(is.alphaDst, "alphaImageDst");
+            for (const auto& one : Named{{&is.alphaA, "alphaImageA"},
+                                         {&is.alphaB, "alphaImageB"},
+                                         {&is.alphaDst, "alphaImageDst"}}) {
+                append(&steps, fullCheck(*one.first, one.second));
+                (*one.first)->depth = DAX_DEPTH_16S;
+                append(&steps, {{one.second + "->depth != dstImage->depth",
+                                 [image = one.first] { (*image)->depth = DAX_DEPTH_8U; }}});
+            }
             append(&steps,
                    {{"alphaImageDst->alphaChannel < 1", [&] { is.alphaDst->alphaChannel = 2; }}});
         } else {
             append(&steps, {{"srcImageA->alphaChannel < 1", [&] { is.a->alphaChannel = 2; }},
                             {"srcImageB->alphaChannel < 1", [&] { is.b->alphaChannel = 1; }}});
         }
-        const auto countText = [&](const std::string& name) {
-            return "(" + name + "->nChannels - (" + name +
-                   "->alphaChannel != 0)) != (dstImage->nChannels - (dstImage->alphaChannel != 0))";
-        };
-        // From here on the result has a channel of interest, and then again none.
-        steps.back().mend = [mend = steps.back().mend, &is] { mend(), setCoi(is.result, 1); };
-        append(&steps, coiSteps(is.a, is.result, "srcImageA"));
-        steps.back().mend = [&is] { is.a->roi = nullptr, setCoi(is.a, 1), setCoi(is.result, 1); };
-        append(&steps, coiSteps(is.b, is.result, "srcImageB"));
-        steps[steps.size() - 2].mend = [&is] {
-            is.a->roi = is.result->roi = nullptr;
-            setCoi(is.b, 2);
-        };
+        appendCoi(&steps, is.result, sources);
         // A source's channel of interest alone is fine beside a destination with a region.
+        steps.back().mend = [&is] {
+            is.a->roi = nullptr;
+            setCoi(is.b, 2), setCoi(is.result, 0);
+            for (Image* image : {&is.a, &is.b, &is.result}) (*image)->alphaChannel = 2;
+        };
         const auto last = [](const std::string& name) {
             return name + "->alphaChannel > 0 && " + name + "->alphaChannel != " + name +
                    "->nChannels";
-        };
-        steps.back().mend = [&is] {
-            setCoi(is.result, 0);
-            for (Image* image : {&is.a, &is.b, &is.result}) (*image)->alphaChannel = 2;
         };
         append(&steps, {{last("srcImageA"), [&] { is.a->alphaChannel = 3; }},
                         {last("srcImageB"), [&] { is.b->alphaChannel = 3; }},
                         {last("dstImage"), [&] { is.result->alphaChannel = 0; }},
                         {countText("srcImageA"),
                          [&] {
-                             is.a->nChannels = is.a->alphaChannel = 3, is.result->alphaChannel = 3,
+                             is.result->alphaChannel = 3;
                              is.b->nChannels = is.b->alphaChannel = 2;
                          }},
                         {countText("srcImageB"), [&] { is.b->nChannels = is.b->alphaChannel = 3; }},
-                        {"compositeType != 0 && compositeType != 1 && compositeType != 2 && "
-                         "compositeType != 3 && compositeType != 4 && compositeType != 5",
-                         [&] { type = 5; }},
+                        {typeText, [&] { type = 5; }},
                         {"premulAlpha != 0 && premulAlpha != 1", [&] { premultiplied = 1; }},
                         {"divideMode != 0 && divideMode != 1", [&] { divides = 0; }}});
+        const auto orNone = [&](Image& image) -> DaxImage* {
+            return separate ? static_cast<DaxImage*>(image) : nullptr;
+        };
         expectInOrder("daxAlphaComposite", steps, is.result, [&] {
-            daxAlphaComposite(is.a, is.b, is.result, type,
-                              separate ? is.alphaA : static_cast<DaxImage*>(nullptr),
-                              separate ? is.alphaB : static_cast<DaxImage*>(nullptr),
-                              separate ? is.alphaDst : static_cast<DaxImage*>(nullptr),
-                              premultiplied, divides, nullptr);
+            daxAlphaComposite(is.a, is.b, is.result, type, orNone(is.alphaA), orNone(is.alphaB),
+                              orNone(is.alphaDst), premultiplied, divides, nullptr);
         });
     }
 }
@@ -152,26 +173,14 @@ TEST(AlphaChecks, Composite) {
 TEST(AlphaChecks, CompositeC) {
     Images is;
     int32_t type = -1;
-    is.result->depth = DAX_DEPTH_32S;
-    std::vector<Step> steps = fullCheck(is.result, "dstImage");
-    append(&steps, fullCheck(is.a, "srcImageA"));
-    append(&steps, fullCheck(is.b, "srcImageB"));
     int32_t constantA = -1;
     int32_t constantB = -1;
+    std::vector<Step> steps = first(is.result, {{&is.a, "srcImageA"}, {&is.b, "srcImageB"}});
     append(&steps,
-           {{"dstImage->depth != 8 && dstImage->depth != 16",
-             [&] { is.result->depth = DAX_DEPTH_8U, is.a->depth = DAX_DEPTH_16U; }},
-            {"srcImageA->depth != dstImage->depth",
-             [&] { is.a->depth = DAX_DEPTH_8U, is.b->depth = DAX_DEPTH_16U; }},
-            {"srcImageB->depth != dstImage->depth", [&] { is.b->depth = DAX_DEPTH_8U; }},
-            {"srcImageA->alphaChannel < 1", [&] { constantA = 77; }},
+           {{"srcImageA->alphaChannel < 1", [&] { constantA = 77; }},
             {"srcImageB->alphaChannel < 1", [&] { constantB = 78, is.result->alphaChannel = 3; }},
-            {"(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != (dstImage->nChannels - "
-             "(dstImage->alphaChannel != 0))",
-             [&] { is.result->alphaChannel = 0; }},
-            {"compositeType != 0 && compositeType != 1 && compositeType != 2 && compositeType != 3 "
-             "&& compositeType != 4 && compositeType != 5",
-             [&] { type = 0; }}});
+            {countText("srcImageA"), [&] { is.result->alphaChannel = 0; }},
+            {typeText, [&] { type = 0; }}});
     expectInOrder("daxAlphaCompositeC", steps, is.result, [&] {
         daxAlphaCompositeC(is.a, is.b, is.result, type, constantA, constantB, 1, 0, nullptr);
     });
@@ -180,38 +189,15 @@ TEST(AlphaChecks, CompositeC) {
 TEST(AlphaChecks, Products) {
     for (const bool two : {false, true}) {
         Images is;
-        const std::string first = two ? "srcImageA" : "srcImage";
-        is.result->depth = DAX_DEPTH_32S;
-        is.a->nChannels = is.b->nChannels = 2;
-        std::vector<Step> steps = fullCheck(is.result, "dstImage");
-        append(&steps, fullCheck(is.a, first));
-        if (two) append(&steps, fullCheck(is.b, "srcImageB"));
-        append(&steps, {{"dstImage->depth != 8 && dstImage->depth != 16",
-                         [&] { is.result->depth = DAX_DEPTH_16U; }},
-                        {first + "->depth != dstImage->depth", [&] {
-                             is.a->depth = DAX_DEPTH_16U,
-                             is.result->depth = two ? DAX_DEPTH_16U : DAX_DEPTH_8U,
-                             is.a->depth = is.result->depth;
-                         }}});
-        if (two)
-            append(&steps, {{"srcImageB->depth != dstImage->depth",
-                             [&] { is.result->depth = is.a->depth = DAX_DEPTH_8U; }}});
-        steps.back().mend = [mend = steps.back().mend, &is] { mend(), setCoi(is.result, 1); };
-        append(&steps, coiSteps(is.a, is.result, first));
-        if (two) {
-            steps.back().mend = [&is] { setCoi(is.a, 1), setCoi(is.result, 1); };
-            append(&steps, coiSteps(is.b, is.result, "srcImageB"));
-            steps[steps.size() - 2].mend = [&is] {
-                is.a->roi = is.result->roi = nullptr;
-                setCoi(is.b, 2);
-            };
-            steps.back().mend = [&is] { is.a->roi = is.b->roi = is.result->roi = nullptr; };
+        Named sources = {{&is.a, two ? "srcImageA" : "srcImage"}};
+        if (two) sources.emplace_back(&is.b, "srcImageB");
+        std::vector<Step> steps = first(is.result, sources);
+        appendCoi(&steps, is.result, sources);
+        for (const auto& source : sources) {
+            (*source.first)->nChannels = 2;
+            append(&steps, {{source.second + "->nChannels != dstImage->nChannels",
+                             [image = source.first] { (*image)->nChannels = 3; }}});
         }
-        append(&steps,
-               {{first + "->nChannels != dstImage->nChannels", [&] { is.a->nChannels = 3; }}});
-        if (two)
-            append(&steps,
-                   {{"srcImageB->nChannels != dstImage->nChannels", [&] { is.b->nChannels = 3; }}});
         expectInOrder(two ? "daxMultiplyScale" : "daxMultiplySScale", steps, is.result, [&] {
             if (two)
                 daxMultiplyScale(is.a, is.b, is.result, nullptr);

@@ -436,48 +436,32 @@ TEST(Single, ChecksInOrder) {
 // What an operation hands to another is done, and told once, under the other's name.
 TEST(Single, HandedOnToOthers) {
     const std::string andS = "-5 daxAndS daxands (dstImage->tileInfo->tileData == ((void*)(0)))";
-    const std::string outside = "-5 daxAndS daxands (dTile.begX > dRoi.endX)";
     const std::string copy = "-2 daxCopy daxSCE Error get tile to write";
-    const auto left = [](uint32_t count) {
-        return [count](DaxImage* src, DaxImage* dst, const int32_t* tilePos) {
-            daxLShiftS(src, dst, count, tilePos);
-        };
-    };
     const struct {
-        int32_t depth;
-        std::function<void(DaxImage* src, DaxImage* dst, const int32_t* tilePos)> call;
-        std::string report;
-        bool clears;
+        Call* call;
+        int32_t value, depth;
     } cases[] = {
-        {DAX_DEPTH_8U, left(8), andS, true},   {DAX_DEPTH_8S, left(UINT32_MAX), andS, true},
-        {DAX_DEPTH_16U, left(16), andS, true}, {DAX_DEPTH_32S, left(32), andS, true},
-        {DAX_DEPTH_1U, left(1), andS, true},   {DAX_DEPTH_1U, left(0), copy, false},
-        {DAX_DEPTH_1U, daxAbs, copy, false},   {DAX_DEPTH_8U, daxAbs, copy, false},
-        {DAX_DEPTH_16U, daxAbs, copy, false},
+        {constant<daxLShiftS>, 8, DAX_DEPTH_8U},   {constant<daxLShiftS>, -1, DAX_DEPTH_8S},
+        {constant<daxLShiftS>, 16, DAX_DEPTH_16U}, {constant<daxLShiftS>, 32, DAX_DEPTH_32S},
+        {constant<daxLShiftS>, 1, DAX_DEPTH_1U},   {constant<daxLShiftS>, 0, DAX_DEPTH_1U},
+        {alone<daxAbs>, 0, DAX_DEPTH_1U},          {alone<daxAbs>, 0, DAX_DEPTH_8U},
+        {alone<daxAbs>, 0, DAX_DEPTH_16U},
     };
     for (const auto& handed : cases) {
         kit::Reports reports;
         Random random(1);
         const kit::Shape shape = {.depth = handed.depth, .width = 9, .height = 3};
-        const Image src(shape, random);
+        Image src(shape, random);
         Image plain(shape, random);
-        const Image zeroes(shape);
-        // A copy that comes to no end leaves another region in the source's header.
-        const auto call = [&](DaxImage* to, const int32_t* tilePos) {
-            Image from = src;
-            handed.call(from, to, tilePos);
-        };
-        call(plain, nullptr);
-        EXPECT_EQ(kit::pixelDifference(plain, handed.clears ? zeroes : src), "");
+        const bool clears = handed.value != 0;
+        const Image expected = clears ? Image(shape) : src;
+        handed.call(src, plain, handed.value, nullptr);
+        EXPECT_EQ(kit::pixelDifference(plain, expected), "");
         kit::TileLog log;
         log.failRequest = 1;
-        kit::Tiles dst(src, 'D', 8, 8, log);
-        const int32_t tilePos[2] = {10, 0};
-        call(dst, tilePos);
-        EXPECT_EQ(reports.take(), handed.clears ? Lines{outside} : Lines());
-        EXPECT_TRUE(log.lines.empty());
-        call(dst, nullptr);
-        EXPECT_EQ(reports.take(), Lines{handed.report});
+        kit::Tiles dst(plain, 'D', 8, 8, log);
+        handed.call(src, dst, handed.value, nullptr);
+        EXPECT_EQ(reports.take(), Lines{clears ? andS : copy});
     }
 }
 
