@@ -198,8 +198,14 @@ private:
         OwnPicks picks;
         picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at, round);
         picks.repeat(count, 0, roundBytes(round));
-        for (int64_t k = rows.begin; k < rows.end; ++k)
-            picks.run(rowAt(c, y.sample(k) - src.y), placeOf(c, columns.begin, k), 0, 1);
+        constexpr int64_t most = 16;
+        for (int64_t first = rows.begin; first < rows.end; first += most) {
+            const char* from[most];
+            ptrdiff_t n = 0;
+            for (; n < most && first + n < rows.end; ++n)
+                from[n] = rowAt(c, y.sample(first + n) - src.y);
+            picks.run({from, n, 1, placeOf(c, columns.begin, first), dst.rowStep});
+        }
     }
 
     // A strip of columns, which is the same for all rows but for its samples. Of each sample it
@@ -211,7 +217,10 @@ private:
         ptrdiff_t count;   // of pixels
         ptrdiff_t begin;   // between these, all taps lie inside the row
         ptrdiff_t end;
-        OwnPicks picks;             // of pairs
+        ptrdiff_t insideBytes;     // of their pairs
+        OwnPicks picks;            // of pairs
+        const OwnWindows* windows; // of the picks
+        OwnTakeFrom* takeFrom;
         OwnDecimateWeights weights; // from `begin` on
         int32_t at[2 * (aside + mostRound) * mostChannels];
         alignas(64) char weightRows[4 * (aside + mostRound) * mostChannels * 2];
@@ -237,18 +246,20 @@ private:
     void setWeights(int32_t part, ptrdiff_t first, char* row, ptrdiff_t rowBytes) const {
         int32_t weights[5] = {};
         weigh(part, weights);
+        if (!cubic() && bytes == 1) {
+            row[0] = static_cast<char>(part != 0 ? weights[0] : 255);
+            row[1] = static_cast<char>(part != 0 ? part : 1);
+            return;
+        }
         for (ptrdiff_t t = 0; t < (cubic() ? 4 : 2); ++t) {
             char* const to = row + t / 2 * 2 * rowBytes + t % 2 * bytes;
-            const int32_t weight = weights[first + t];
-            const int32_t high = (weight + 32) >> 6;
             if (bytes == 2) {
-                const auto word = static_cast<int16_t>(weight);
+                const auto word = static_cast<int16_t>(weights[first + t]);
                 memcpy(to, &word, sizeof word);
-            } else if (cubic()) {
-                to[0] = static_cast<char>(high);
-                to[rowBytes] = static_cast<char>(weight - high * 64);
             } else {
-                to[0] = static_cast<char>(part != 0 ? weight : t == 0 ? 255 : 1);
+                const int32_t high = (weights[first + t] + 32) >> 6;
+                to[0] = static_cast<char>(high);
+                to[rowBytes] = static_cast<char>(weights[first + t] - high * 64);
             }
         }
     }
@@ -298,6 +309,9 @@ private:
                          at - strip->at);
         strip->picks.repeat(count * strip->samples * 2, again * strip->samples * 2,
                             roundBytes(round));
+        strip->insideBytes = count * pairBytes(*strip);
+        strip->windows = strip->picks.found();
+        strip->takeFrom = kernels.takeFrom[cubic()][bytes - 1];
     }
 
     ptrdiff_t pairBytes(const Strip& strip) const { return 2 * bytes * strip.samples; }
@@ -312,30 +326,30 @@ private:
 
         const ptrdiff_t numberBytes = strip.count * pairBytes(strip);
         alignas(64) char numbers[4][mostSamples * sizeof(int32_t) + block];
+        char samplesOf[mostSamples * sizeof(uint16_t)];
         int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
         const auto combine = kernels.mix[cubic()][bytes - 1];
-        const auto numbersOf = [&](int64_t row) {
-            char* const to = numbers[row & 3];
-            if (kept[row & 3] == row) return to;
-            kept[row & 3] = row;
-            takeRow(strip, row, to);
-            return to;
-        };
+        const int32_t taps = cubic() ? 4 : 2;
+        const bool direct = dst.pixelStep == samples * bytes;
         for (int64_t k = rows.begin; k < rows.end; ++k) {
             // Without a part the row counts alone.
-            const bool between = !y.isPlain(k);
-            const int64_t first = y.sample(k) - src.y - (between && cubic() ? 1 : 0);
+            const bool alone = y.isPlain(k);
+            const int64_t place = y.place(k);
+            const int64_t first = (place >> unitBits) - src.y - (!alone && taps == 4 ? 1 : 0);
             const char* four[4];
-            for (int32_t r = 0; r < (cubic() ? 4 : 2); ++r)
-                four[r] = numbersOf(first + (between ? r : 0));
+            for (int32_t r = 0; r < taps; ++r) {
+                const int64_t row = first + (alone ? 0 : r);
+                char* const to = numbers[row & 3];
+                if (kept[row & 3] != row) takeRow(strip, row, to);
+                kept[row & 3] = row;
+                four[r] = to;
+            }
             int32_t weights[4];
-            weigh(between ? y.part(k) : 0, weights);
+            weigh(alone ? 0 : static_cast<int32_t>(place & 255), weights);
             char* const to = placeOf(c, columns.begin, k);
-            char samplesOf[mostSamples * sizeof(uint16_t)];
-            char* const out = dst.pixelStep == samples * bytes ? to : samplesOf;
-            combine(four, weights, out, numberBytes / 2);
-            if (out == samplesOf)
-                ownStridedMovers(bytes).copy(out, bytes, to, dst.pixelStep, strip.count);
+            combine(four, weights, direct ? to : samplesOf, numberBytes / 2);
+            if (!direct)
+                ownStridedMovers(bytes).copy(samplesOf, bytes, to, dst.pixelStep, strip.count);
         }
     }
 
@@ -343,29 +357,25 @@ private:
     void takeRow(const Strip& strip, int64_t row, char* numbers) const {
         const ptrdiff_t offset = rowAt(strip.channel, row) - src.data;
         const bool inside = offset >= 0 && offset < src.size;
-        const char* const from = rowAt(strip.channel, inside ? row : nearestRow(row));
-        const ptrdiff_t columnBytes = pairBytes(strip);
-        if (strip.begin < strip.end) {
-            char* const to = numbers + strip.begin * columnBytes;
-            const ptrdiff_t count = (strip.end - strip.begin) * columnBytes;
-            const ptrdiff_t second = cubic() ? 2 * src.pixelStep : 0;
-            if (const OwnWindows* const windows = strip.picks.found())
-                kernels.takeFrom[cubic()][bytes - 1](from, second, *windows, strip.weights, to,
-                                                     count);
+        const char* const from = inside ? src.data + offset : rowAt(strip.channel, nearestRow(row));
+        if (strip.insideBytes != 0) {
+            char* const to = numbers + strip.begin * pairBytes(strip);
+            if (strip.windows != nullptr)
+                strip.takeFrom(from, 2 * src.pixelStep, *strip.windows, strip.weights, to,
+                               strip.insideBytes);
             else
-                takePicked(strip, from, second, to, count);
+                takePicked(strip, from, to);
         }
         for (ptrdiff_t i = 0; i < strip.begin; ++i) takeBeside(strip, row, i, numbers);
         for (ptrdiff_t i = strip.end; i < strip.count; ++i) takeBeside(strip, row, i, numbers);
     }
 
-    void takePicked(const Strip& strip, const char* from, ptrdiff_t second, char* numbers,
-                    ptrdiff_t numberBytes) const {
+    void takePicked(const Strip& strip, const char* from, char* numbers) const {
         alignas(64) char pairs[2][mostSamples * sizeof(int32_t) + block];
         strip.picks.run(from, pairs[0], 0, 1);
-        if (cubic()) strip.picks.run(from + second, pairs[1], 0, 1);
+        if (cubic()) strip.picks.run(from + 2 * src.pixelStep, pairs[1], 0, 1);
         const char* const both[] = {pairs[0], pairs[1]};
-        kernels.take[cubic()][bytes - 1](both, strip.weights, numbers, numberBytes);
+        kernels.take[cubic()][bytes - 1](both, strip.weights, numbers, strip.insideBytes);
     }
 
     // The number of a column. A cubic at the very edge asks for samples beside the row: these are

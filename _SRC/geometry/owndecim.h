@@ -39,14 +39,16 @@ struct OwnDecimateWeights {
 
 struct OwnWindows;
 
+// Takes pairs out of windows of a source row, and a cubic's others `second` bytes on.
+typedef void OwnTakeFrom(const char* src, ptrdiff_t second, const OwnWindows& windows,
+                         const OwnDecimateWeights& weights, char* numbers, ptrdiff_t bytes);
+
 // By the scheme, linear or cubic, and by bytes of a sample, 1 or 2. Pairs and numbers are read and
 // written up to a whole block of 128 bytes.
 struct OwnDecimateTable {
     void (*take[2][2])(const char* const* pairs, const OwnDecimateWeights& weights, char* numbers,
                        ptrdiff_t bytes);
-    // Takes pairs out of windows of a source row, and others `second` bytes on.
-    void (*takeFrom[2][2])(const char* src, ptrdiff_t second, const OwnWindows& windows,
-                           const OwnDecimateWeights& weights, char* numbers, ptrdiff_t bytes);
+    OwnTakeFrom* takeFrom[2][2];
     // Of two or four rows of such numbers.
     void (*mix[2][2])(const char* const* rows, const int32_t* weights, char* dst, ptrdiff_t bytes);
 };

@@ -111,6 +111,8 @@ Vec allPairs(int32_t low, int32_t high) {
 
 // 0.5 ns a sample by plain loops, linear or cubic, and a fifth with products of pairs.
 struct LinearBytes {
+    static constexpr int32_t taps = 2;
+
     template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
         return add16(pairs8(weight(0), flip(pair(0), all8Signs())), all16(rounding));
     }
@@ -130,6 +132,8 @@ struct LinearBytes {
 };
 
 struct LinearWords {
+    static constexpr int32_t taps = 2;
+
     template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
         return add32(pairs16(flip(pair(0), all16Signs()), weight(0)),
                      all32(256 * 32768 + rounding));
@@ -150,6 +154,8 @@ struct LinearWords {
 };
 
 struct CubicBytes {
+    static constexpr int32_t taps = 4;
+
     template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
         const Vec mp = pair(0);
         const Vec qr = pair(1);
@@ -181,6 +187,7 @@ struct CubicBytes {
 // Products of rows need no more than pairs of words either: 32 bits of a number are its lowest 4
 // bits and, as a word of its own, what is left of it, less 196608 as it comes of signed samples.
 struct CubicWords {
+    static constexpr int32_t taps = 4;
     static constexpr int32_t less = 1536 * 32768 >> 8;
 
     template <class Pair, class Weight> static Vec take(Pair pair, Weight weight) {
@@ -236,10 +243,10 @@ OWN_BYTE_PERMUTES void takePermuted(const char* src, ptrdiff_t second, const Own
     for (ptrdiff_t done = 0; done < bytes; done += 2 * width, at.next(from, 2))
         for (ptrdiff_t k = 0; k < 2; ++k) {
             const OwnStep here = {at.step + k, at.base};
-            const Vec first = ownPermutedStep<known>(src, from, here);
-            const Vec next = ownPermutedStep<known>(src + second, from, here);
+            Vec pairs[Kind::taps / 2];
+            ownPermutedStep<known, Kind::taps / 2>(src, second, from, here, pairs);
             takeOne<Kind>(
-                by, here.step * width, [&](ptrdiff_t i) { return i == 0 ? first : next; },
+                by, here.step * width, [&](ptrdiff_t i) { return pairs[i]; },
                 numbers + done + k * width);
         }
 }
@@ -270,10 +277,13 @@ void takeFrom(const char* src, ptrdiff_t second, const OwnWindows& windows,
     }
 #endif
     OwnStep at;
-    for (ptrdiff_t done = 0; done < bytes; done += width, at.next(windows, width / 16))
+    for (ptrdiff_t done = 0; done < bytes; done += width, at.next(windows, width / 16)) {
+        Vec pairs[Kind::taps / 2];
+        for (int32_t i = 0; i < Kind::taps / 2; ++i)
+            pairs[i] = shuffled(src + i * second, windows, at);
         takeOne<Kind>(
-            weights, at.step * 16,
-            [&](ptrdiff_t k) { return shuffled(src + k * second, windows, at); }, numbers + done);
+            weights, at.step * 16, [&](ptrdiff_t i) { return pairs[i]; }, numbers + done);
+    }
 }
 
 template <class Kind>
@@ -374,9 +384,7 @@ void mix(const char* const* rows, const int32_t* weights, char* dst, ptrdiff_t b
 }
 
 // There are no windows.
-template <class Kind>
-constexpr void (*takeFrom)(const char*, ptrdiff_t, const OwnWindows&, const OwnDecimateWeights&,
-                           char*, ptrdiff_t) = nullptr;
+template <class Kind> constexpr OwnTakeFrom* takeFrom = nullptr;
 
 using LinearBytes = Linear<uint8_t>;
 using LinearWords = Linear<uint16_t>;

@@ -32,27 +32,25 @@ OWN_INLINE char ownMoveInside(ptrdiff_t* place, const OwnWindows& from, ptrdiff_
 #if defined(__AVX512BW__)
 #define OWN_BYTE_PERMUTES __attribute__((target("avx512vbmi")))
 
-template <bool onto>
-OWN_BYTE_PERMUTES OWN_INLINE __m512i ownPermuted(__m512i others, const char* src,
-                                                 const OwnWindows& from, ptrdiff_t at,
-                                                 ptrdiff_t base) {
-    __m512i order = _mm512_loadu_si512(from.order + at * 64);
-    ptrdiff_t place = base + from.first[at];
-    if (place > from.last)
-        order = _mm512_add_epi8(order, _mm512_set1_epi8(ownMoveInside(&place, from, 63)));
-    const __m512i window = _mm512_loadu_si512(src + place);
-    if (!onto) return _mm512_permutexvar_epi8(order, window);
-    return _mm512_mask_permutexvar_epi8(others, ~_mm512_movepi8_mask(order), order, window);
-}
-
-// 64 bytes, out of as many windows as are known or, with 0, as there are.
-template <ptrdiff_t known>
-OWN_BYTE_PERMUTES OWN_INLINE __m512i ownPermutedStep(const char* src, const OwnWindows& from,
-                                                     const OwnStep& at) {
-    __m512i bytes = ownPermuted<false>(_mm512_setzero_si512(), src, from, at.step, at.base);
-    for (ptrdiff_t i = 1; i < (known != 0 ? known : from.count); ++i)
-        bytes = ownPermuted<true>(bytes, src, from, i * from.steps + at.step, at.base);
-    return bytes;
+// 64 bytes of each of some sources that lie `apart`, out of as many windows as are known or, with
+// 0, as there are.
+template <ptrdiff_t known, int32_t sources>
+OWN_BYTE_PERMUTES OWN_INLINE void ownPermutedStep(const char* src, ptrdiff_t apart,
+                                                  const OwnWindows& from, const OwnStep& at,
+                                                  __m512i* bytes) {
+    for (ptrdiff_t i = 0; i < (known != 0 ? known : from.count); ++i) {
+        const ptrdiff_t window = i * from.steps + at.step;
+        __m512i order = _mm512_loadu_si512(from.order + window * 64);
+        ptrdiff_t place = at.base + from.first[window];
+        if (place > from.last)
+            order = _mm512_add_epi8(order, _mm512_set1_epi8(ownMoveInside(&place, from, 63)));
+        const __mmask64 here = ~_mm512_movepi8_mask(order);
+        for (int32_t s = 0; s < sources; ++s) {
+            const __m512i all = _mm512_loadu_si512(src + s * apart + place);
+            bytes[s] = i == 0 ? _mm512_permutexvar_epi8(order, all)
+                              : _mm512_mask_permutexvar_epi8(bytes[s], here, order, all);
+        }
+    }
 }
 #endif
 

@@ -83,27 +83,28 @@ bool OwnPicks::findWindows() {
     return true;
 }
 
-void OwnPicks::run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const {
+void OwnPicks::run(const OwnPickRows& rows) const {
     if (windows.count != 0) {
-        kernels->bytes(src, windows, dst, rowStep, rows, total * form.stepDst);
+        kernels->bytes(rows, windows, total * form.stepDst);
         return;
     }
     const ptrdiff_t pixel = form.samples * form.bytes;
-    for (ptrdiff_t row = 0; row < rows; ++row, dst += rowStep) {
-        if (row > 0 && form.stepDst == pixel) {
-            ownCopyRow(dst - rowStep, dst, total * pixel);
-        } else {
-            ptrdiff_t begin = 0;
-            const char* from = src;
-            for (ptrdiff_t done = 0; done < total;) {
-                const ptrdiff_t rest = total - done;
-                const ptrdiff_t count = placeCount - begin < rest ? placeCount - begin : rest;
-                kernels->pixels[form.bytes - 1](from, places + begin, dst + done * form.stepDst,
-                                                form.stepDst, form.samples, count);
-                done += count;
-                begin = again;
-                from += windows.stride;
-            }
-        }
+    for (ptrdiff_t row = 0; row < rows.count * rows.copies; ++row) {
+        char* const dst = rows.dst + row * rows.stepDst;
+        if (row % rows.copies != 0 && form.stepDst == pixel)
+            ownCopyRow(dst - rows.stepDst, dst, total * pixel);
+        else
+            pickPixels(rows.src[row / rows.copies], dst);
+    }
+}
+
+void OwnPicks::pickPixels(const char* src, char* dst) const {
+    ptrdiff_t begin = 0;
+    for (ptrdiff_t done = 0; done < total; src += windows.stride, begin = again) {
+        const ptrdiff_t rest = total - done;
+        const ptrdiff_t count = placeCount - begin < rest ? placeCount - begin : rest;
+        kernels->pixels[form.bytes - 1](src, places + begin, dst + done * form.stepDst,
+                                        form.stepDst, form.samples, count);
+        done += count;
     }
 }

@@ -28,6 +28,15 @@ struct OwnPickForm {
     ptrdiff_t end;     // of the bytes of a source row that may be read
 };
 
+// Rows of the source, each of which goes to as many rows of the destination.
+struct OwnPickRows {
+    const char* const* src;
+    ptrdiff_t count;
+    ptrdiff_t copies;
+    char* dst;
+    ptrdiff_t stepDst;
+};
+
 struct OwnPickTable;
 
 class OwnPicks {
@@ -40,13 +49,16 @@ public:
     // So many places in all: each time that they end, those from `again` on come once more,
     // `stride` bytes further on. Rounds of them are whole 128 bytes.
     void repeat(ptrdiff_t total, ptrdiff_t again, ptrdiff_t stride);
-    // The same into several rows.
-    void run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t rows) const;
+    void run(const OwnPickRows& rows) const;
+    void run(const char* src, char* dst, ptrdiff_t rowStep, ptrdiff_t copies) const {
+        run({&src, 1, copies, dst, rowStep});
+    }
     // Null if there are none.
     const OwnWindows* found() const { return windows.count != 0 ? &windows : nullptr; }
 
 private:
     bool findWindows();
+    void pickPixels(const char* src, char* dst) const;
 
     const OwnPickTable* kernels;
     OwnPickForm form;
@@ -61,8 +73,7 @@ private:
 
 struct OwnPickTable {
     ptrdiff_t (*widest)(); // the width of windows that the kernels can do with, or 0
-    void (*bytes)(const char* src, const OwnWindows& windows, char* dst, ptrdiff_t rowStep,
-                  ptrdiff_t rows, ptrdiff_t count);
+    void (*bytes)(const OwnPickRows& rows, const OwnWindows& windows, ptrdiff_t count);
     // One by one; pixels of samples of 1 or 2 bytes.
     void (*pixels[2])(const char* src, const int32_t* at, char* dst, ptrdiff_t stepDst,
                       ptrdiff_t samples, ptrdiff_t count);
