@@ -133,7 +133,7 @@ public:
         const ptrdiff_t samples = whole ? job.channels : 1;
         // Strips of columns of like width, for what needs room for each of them.
         const int64_t all = columns.end - columns.begin;
-        const int64_t most = nearest ? all : mostSamples / samples;
+        const int64_t most = nearest ? all : rowRoom / (2 * bytes * samples);
         const int64_t strips = (all + most - 1) / most;
         for (int32_t c = 0; c < (whole ? 1 : job.channels); ++c)
             for (int64_t k = 0; k < strips; ++k) {
@@ -147,7 +147,7 @@ private:
     static constexpr int32_t mostChannels = 4;  // of whole pixels
     static constexpr ptrdiff_t mostRound = 256; // columns
     static constexpr ptrdiff_t aside = 64;      // columns before the first round
-    static constexpr ptrdiff_t mostSamples = 4096;
+    static constexpr ptrdiff_t rowRoom = 16384; // bytes of numbers
     static constexpr ptrdiff_t block = 128; // bytes, up to which kernels read and write
 
     bool cubic() const { return job.scheme == DAX_INTER_CUBIC; }
@@ -325,8 +325,8 @@ private:
         findTaps(&strip, rowBytes() + (samples - 1) * bytes);
 
         const ptrdiff_t numberBytes = strip.count * pairBytes(strip);
-        alignas(64) char numbers[4][mostSamples * sizeof(int32_t) + block];
-        char samplesOf[mostSamples * sizeof(uint16_t)];
+        alignas(64) char numbers[4][rowRoom + block];
+        char samplesOf[rowRoom / 2];
         int64_t kept[4] = {INT64_MIN, INT64_MIN, INT64_MIN, INT64_MIN};
         const auto combine = kernels.mix[cubic()][bytes - 1];
         const int32_t taps = cubic() ? 4 : 2;
@@ -371,7 +371,7 @@ private:
     }
 
     void takePicked(const Strip& strip, const char* from, char* numbers) const {
-        alignas(64) char pairs[2][mostSamples * sizeof(int32_t) + block];
+        alignas(64) char pairs[2][rowRoom + block];
         strip.picks.run(from, pairs[0], 0, 1);
         if (cubic()) strip.picks.run(from + 2 * src.pixelStep, pairs[1], 0, 1);
         const char* const both[] = {pairs[0], pairs[1]};
