@@ -94,17 +94,31 @@ public:
         const Step start = stepAt(0);
         const Step end = stepAt(last);
         const Bits<shifted> bits(shift);
-        for (ptrdiff_t row = 0; row < rows; ++row, src += stepSrc, dst += stepDst) {
-            edge(start, bits, src, dst);
-            for (ptrdiff_t first = 64; first < last; first += 64) {
-                const char* at = src + sourceOf(first);
-                const __m512i next = shifted ? _mm512_loadu_si512(at + 1) : __m512i();
-                _mm512_storeu_si512(dst + first, bits(_mm512_loadu_si512(at), next));
+        __m512i keptAtStart = start.kept(dst);
+        __m512i keptAtEnd = end.kept(dst);
+        for (ptrdiff_t row = 0; row < rows; ++row, src += stepSrc) {
+            char* const to = dst;
+            dst += stepDst;
+            const __m512i first = edge(start, bits, src, keptAtStart);
+            const __m512i behind = last > 0 ? edge(end, bits, src, keptAtEnd) : __m512i();
+            // A load waits for stores that reach into its bytes, even if they write none of them.
+            // So those of the next row are ahead of this row's stores.
+            if (row + 1 < rows) {
+                keptAtStart = start.kept(dst);
+                if (last > 0) keptAtEnd = end.kept(dst);
             }
-            if (last > 0) edge(end, bits, src, dst);
+            _mm512_mask_storeu_epi8(to, start.written, first);
+            for (ptrdiff_t k = 64; k < last; k += 64) {
+                const char* at = src + sourceOf(k);
+                const __m512i next = shifted ? _mm512_loadu_si512(at + 1) : __m512i();
+                _mm512_storeu_si512(to + k, bits(_mm512_loadu_si512(at), next));
+            }
+            if (last > 0) _mm512_mask_storeu_epi8(to + last, end.written, behind);
         }
     }
 
+    // Of the destination's rows.
+    bool overlap(ptrdiff_t step) const { return step < bytes && step > -bytes; }
     bool isShifted() const { return shift.left != 0; }
 
 private:
@@ -117,6 +131,10 @@ private:
         __mmask64 written;
         __m512i taken;
         bool whole;
+
+        __m512i kept(const char* dst) const {
+            return whole ? __m512i() : _mm512_maskz_loadu_epi8(written, dst + first);
+        }
     };
 
     template <bool shifted> struct Bits {
@@ -149,15 +167,12 @@ private:
     };
 
     template <bool shifted>
-    static void edge(const Step& step, const Bits<shifted>& bits, const char* src, char* dst) {
+    static __m512i edge(const Step& step, const Bits<shifted>& bits, const char* src,
+                        __m512i kept) {
         const char* at = src + step.source;
-        char* to = dst + step.first;
         const __m512i next = shifted ? _mm512_maskz_loadu_epi8(step.next, at + 1) : __m512i();
-        __m512i x = bits(_mm512_maskz_loadu_epi8(step.read, at), next);
-        if (!step.whole)
-            x = _mm512_ternarylogic_epi64(step.taken, x, _mm512_maskz_loadu_epi8(step.written, to),
-                                          0xCA);
-        _mm512_mask_storeu_epi8(to, step.written, x);
+        const __m512i x = bits(_mm512_maskz_loadu_epi8(step.read, at), next);
+        return step.whole ? x : _mm512_ternarylogic_epi64(step.taken, x, kept, 0xCA);
     }
 
     // The source's bytes under 64 of the destination.
@@ -203,10 +218,15 @@ template <bool turned>
 void moveBits(const char* src, int32_t bitSrc, ptrdiff_t stepSrc, char* dst, int32_t bitDst,
               ptrdiff_t stepDst, ptrdiff_t count, ptrdiff_t rows) {
     const BitRows<turned> bits(bitSrc, bitDst, count);
-    if (bits.isShifted())
-        bits.template run<true>(src, stepSrc, dst, stepDst, rows);
-    else
-        bits.template run<false>(src, stepSrc, dst, stepDst, rows);
+    const auto run = [&](const char* from, char* to, ptrdiff_t some) {
+        if (bits.isShifted())
+            bits.template run<true>(from, stepSrc, to, stepDst, some);
+        else
+            bits.template run<false>(from, stepSrc, to, stepDst, some);
+    };
+    const ptrdiff_t together = bits.overlap(stepDst) ? 1 : rows;
+    for (ptrdiff_t row = 0; row < rows; row += together)
+        run(src + row * stepSrc, dst + row * stepDst, together);
 }
 
 #else

@@ -334,6 +334,7 @@ template <ptrdiff_t parts> struct BlockStep {
         const __m512i upper = _mm512_set1_epi64(static_cast<int64_t>(by.leftMask));
         const char* made = nullptr;
         __m512i bits = _mm512_setzero_si512();
+        __m512i kept = from.kept(dst);
         for (ptrdiff_t row = 0; row < band.rows; ++row, dst += band.step) {
             if (band.src[row] != made) {
                 made = band.src[row];
@@ -359,12 +360,17 @@ template <ptrdiff_t parts> struct BlockStep {
                     bits = _mm512_castsi256_si512(
                         _mm512_cvtepi64_epi32(_mm512_or_si512(bits, _mm512_srli_epi64(bits, 32))));
             }
-            __m512i result = bits;
-            if (!from.whole)
-                result = _mm512_ternarylogic_epi64(
-                    bitsTaken, bits, _mm512_maskz_loadu_epi8(from.written, dst), 0xCA);
+            const __m512i result =
+                from.whole ? bits : _mm512_ternarylogic_epi64(bitsTaken, bits, kept, 0xCA);
+            // A load waits for stores that reach into its bytes, even if they write none of them.
+            // So the next row's is ahead of this row's store.
+            if (row + 1 < band.rows) kept = from.kept(dst + band.step);
             _mm512_mask_storeu_epi8(dst, from.written, result);
         }
+    }
+
+    __m512i kept(const char* dst) const {
+        return whole ? _mm512_setzero_si512() : _mm512_maskz_loadu_epi8(written, dst);
     }
 };
 #endif
@@ -375,6 +381,9 @@ template <class Step> void pickBy(const OwnPickedBits& bits) {
     Step steps[stripBytes / stepBytes];
     const Run run(bits.bitDst, bits.columns);
     const OwnBitPlaces y = bits.y;
+    // Rows that overlap are made one after the other.
+    const bool apart = bits.stepDst >= run.bytes || bits.stepDst <= -run.bytes;
+    const ptrdiff_t most = apart ? Band::most : 1;
     for (ptrdiff_t strip = 0; strip < run.bytes; strip += stripBytes) {
         ptrdiff_t count = 0;
         for (ptrdiff_t byte = strip; byte < run.bytes && byte < strip + stripBytes;
@@ -384,12 +393,12 @@ template <class Step> void pickBy(const OwnPickedBits& bits) {
         band.dst = bits.dst + strip;
         band.step = bits.stepDst;
         int64_t position = y.start;
-        for (ptrdiff_t done = 0; done < bits.rows; done += Band::most) {
-            band.rows = bits.rows - done < Band::most ? bits.rows - done : Band::most;
+        for (ptrdiff_t done = 0; done < bits.rows; done += most) {
+            band.rows = bits.rows - done < most ? bits.rows - done : most;
             for (ptrdiff_t row = 0; row < band.rows; ++row, position += y.step)
                 band.src[row] = bits.src + y.inside(position >> y.unitBits) * bits.stepSrc;
             Step::make(steps, count, band);
-            band.dst += Band::most * bits.stepDst;
+            band.dst += most * bits.stepDst;
         }
     }
 }
