@@ -166,7 +166,6 @@ private:
 #endif
 
 constexpr ptrdiff_t lanes = sizeof(Lanes); // bytes
-constexpr ptrdiff_t words = lanes / 2;
 constexpr ptrdiff_t quarter = lanes / 4;
 
 // Prefixes of a row's places, each including its own: those of even places, then those of odd ones.
@@ -297,27 +296,28 @@ void means(const OwnBlurStrip& strip, const OwnBlurStep* steps, int32_t rows, ui
     meansOf<T, Madd>(strip, steps, rows, sums);
 }
 
-// Sums of columns, of so many rows at a time as words hold.
+// Sums of columns, in words for so many rows at a time as they hold. The sums of pairs and those of
+// odd columns stand where prefixes will.
 template <class T> void sumColumns(const OwnBlurStrip& strip, const char* rows, ptrdiff_t rowStep) {
     using Word = std::conditional_t<T(-1) < T(0), int16_t, uint16_t>;
     constexpr ptrdiff_t most = 256;
-    for (ptrdiff_t i = 0; i < strip.rowBytes; i += lanes) {
-        uint32_t* column = strip.columns + i;
-        std::memset(column, 0, static_cast<size_t>(lanes) * sizeof *column);
-        for (ptrdiff_t row = 0; row < strip.nRows;) {
-            const ptrdiff_t end = strip.nRows - row < most ? strip.nRows : row + most;
-            Lanes pairs = everyByte(0);
-            Lanes odds = everyByte(0);
-            for (; row < end; ++row) {
+    char* const pairs = strip.prefixes;
+    char* const odds = pairs + ownBlurPlane;
+    std::memset(strip.columns, 0, static_cast<size_t>(strip.rowBytes) * sizeof *strip.columns);
+    for (ptrdiff_t row = 0; row < strip.nRows;) {
+        const ptrdiff_t end = strip.nRows - row < most ? strip.nRows : row + most;
+        std::memset(pairs, 0, static_cast<size_t>(2 * ownBlurPlane));
+        for (; row < end; ++row)
+            for (ptrdiff_t i = 0; i < strip.rowBytes; i += lanes) {
                 const Lanes bytes = load(rows + row * rowStep + i);
-                pairs = addWords(pairs, pairsOf<T>(bytes));
-                odds = addWords(odds, oddsOf<T>(bytes));
+                store(addWords(load(pairs + i), pairsOf<T>(bytes)), pairs + i);
+                store(addWords(load(odds + i), oddsOf<T>(bytes)), odds + i);
             }
-            Word sums[2][words];
-            store(takeWords(pairs, odds), sums[0]);
-            store(odds, sums[1]);
-            for (ptrdiff_t k = 0; k < lanes; ++k)
-                column[k] += static_cast<uint32_t>(int32_t{sums[k % 2][k / 2]});
+        for (ptrdiff_t i = 0; i < strip.rowBytes; i += 2) {
+            const auto odd = *ownLanes<Word>(odds + i);
+            const auto even = static_cast<Word>(*ownLanes<Word>(pairs + i) - odd);
+            strip.columns[i] += static_cast<uint32_t>(int32_t{even});
+            strip.columns[i + 1] += static_cast<uint32_t>(int32_t{odd});
         }
     }
 }
