@@ -22,6 +22,9 @@ bool isMixed(const DaxImage* image) {
            image->nChannels <= ownMostSplit;
 }
 
+// Bytes of an image that isn't expected in the cache.
+constexpr int64_t cached = 1 << 21;
+
 // Some channels, from the first on, row by row. The rows of a window are kept, each channel with
 // its samples side by side: every row is fetched once.
 class Strip {
@@ -34,17 +37,16 @@ public:
           columnCount(all.width + all.window.nCols - 1),
           inside(all.sourceX < 0 ? smaller(-all.sourceX, columnCount) : 0),
           insideEnd(smaller(all.source->width - all.sourceX, columnCount)),
-          sumCount(wholeBlocks(all.width)),
-          slots(all.window.nRows + ownBlurSteps), shape{
-                                                      all.width,
-                                                      wholeBlocks(sumCount + all.window.nCols + 2),
-                                                      all.window.nRows,
-                                                      all.window.nCols,
-                                                      ownBlurMean(int64_t{all.window.nRows} *
-                                                                      all.window.nCols,
-                                                                  all.image->depth != DAX_DEPTH_8U),
-                                                      nullptr,
-                                                      nullptr} {}
+          sumCount(wholeBlocks(all.width)), slots(all.window.nRows + ownBlurSteps),
+          comesFromMemory(int64_t{all.source->widthStep} * all.source->height > cached),
+          shape{all.width,
+                wholeBlocks(sumCount + all.window.nCols + 2),
+                all.window.nRows,
+                all.window.nCols,
+                ownBlurMean(int64_t{all.window.nRows} * all.window.nCols,
+                            all.image->depth != DAX_DEPTH_8U),
+                nullptr,
+                nullptr} {}
 
     // Bytes that blur() works in, from a whole block on.
     int64_t room() const {
@@ -133,7 +135,23 @@ private:
                 entering = after(entering);
                 leaving = after(leaving);
             }
+            if (comesFromMemory) prefetch(row + count);
             move(row, steps, count);
+        }
+    }
+
+    // What the next steps read and write comes while these are worked, where it comes from memory.
+    void prefetch(ptrdiff_t row) const {
+        const ptrdiff_t read = (insideEnd - inside) * src.pixelStep;
+        const ptrdiff_t written = piece.width * piece.step();
+        for (ptrdiff_t at = row; at < row + ownBlurSteps && at < piece.height; ++at) {
+            const ptrdiff_t entering = at - 1 + piece.window.nRows;
+            const char* from = src.start + (piece.sourceY + entering) * piece.source->widthStep +
+                               (piece.sourceX + inside) * src.pixelStep;
+            for (ptrdiff_t i = 0; isInside(entering) && i < read; i += ownBlurBlock)
+                __builtin_prefetch(from + i, 0);
+            const char* to = piece.row(firstChannel, at);
+            for (ptrdiff_t i = 0; i < written; i += ownBlurBlock) __builtin_prefetch(to + i, 1);
         }
     }
 
@@ -170,6 +188,7 @@ private:
     const ptrdiff_t insideEnd;
     const ptrdiff_t sumCount;
     const ptrdiff_t slots;
+    const bool comesFromMemory;
     OwnBlurStrip shape;
     uint32_t* sums = nullptr;
     char* means = nullptr;

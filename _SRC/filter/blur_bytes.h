@@ -28,7 +28,7 @@ constexpr int64_t ownMostBlurBytes = 21845;
 constexpr int32_t ownMostBlurColumns = 512;
 
 constexpr ptrdiff_t ownBlurBlock = 64;
-constexpr ptrdiff_t ownMostBlurWidth = 2048;
+constexpr ptrdiff_t ownMostBlurWidth = 4096;
 constexpr ptrdiff_t ownBlurPlane = ownMostBlurWidth + ownMostBlurColumns + ownBlurBlock;
 constexpr int32_t ownBlurSteps = 2;
 
