@@ -148,7 +148,7 @@ private:
     static constexpr ptrdiff_t mostRound = 256; // columns
     static constexpr ptrdiff_t aside = 64;      // columns before the first round
     static constexpr ptrdiff_t rowRoom = 16384; // bytes of numbers
-    static constexpr ptrdiff_t block = 128; // bytes, up to which kernels read and write
+    static constexpr ptrdiff_t block = 128;     // bytes, up to which kernels read and write
 
     bool cubic() const { return job.scheme == DAX_INTER_CUBIC; }
 

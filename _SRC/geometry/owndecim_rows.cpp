@@ -109,7 +109,8 @@ Vec allPairs(int32_t low, int32_t high) {
                                       static_cast<uint32_t>(high) << 16));
 }
 
-// 0.5 ns a sample by plain loops, linear or cubic, and a fifth with products of pairs.
+// With products of pairs linear bytes take 0.37 ns a sample in cache by AVX2, and 1.3 by plain
+// loops.
 struct LinearBytes {
     static constexpr int32_t taps = 2;
 
@@ -276,13 +277,15 @@ void takeFrom(const char* src, ptrdiff_t second, const OwnWindows& windows,
         return;
     }
 #endif
+    const OwnWindows from = windows;
+    const OwnDecimateWeights by = weights;
     OwnStep at;
-    for (ptrdiff_t done = 0; done < bytes; done += width, at.next(windows, width / 16)) {
+    for (ptrdiff_t done = 0; done < bytes; done += width, at.next(from, width / 16)) {
         Vec pairs[Kind::taps / 2];
         for (int32_t i = 0; i < Kind::taps / 2; ++i)
-            pairs[i] = shuffled(src + i * second, windows, at);
+            pairs[i] = shuffled(src + i * second, from, at);
         takeOne<Kind>(
-            weights, at.step * 16, [&](ptrdiff_t i) { return pairs[i]; }, numbers + done);
+            by, at.step * 16, [&](ptrdiff_t i) { return pairs[i]; }, numbers + done);
     }
 }
 
