@@ -22,9 +22,6 @@ bool isMixed(const DaxImage* image) {
            image->nChannels <= ownMostSplit;
 }
 
-// Bytes of an image that isn't expected in the cache.
-constexpr int64_t cached = 1 << 21;
-
 // Some channels, from the first on, row by row. The rows of a window are kept, each channel with
 // its samples side by side: every row is fetched once.
 class Strip {
@@ -37,16 +34,17 @@ public:
           columnCount(all.width + all.window.nCols - 1),
           inside(all.sourceX < 0 ? smaller(-all.sourceX, columnCount) : 0),
           insideEnd(smaller(all.source->width - all.sourceX, columnCount)),
-          sumCount(wholeBlocks(all.width)), slots(all.window.nRows + ownBlurSteps),
-          comesFromMemory(int64_t{all.source->widthStep} * all.source->height > cached),
-          shape{all.width,
-                wholeBlocks(sumCount + all.window.nCols + 2),
-                all.window.nRows,
-                all.window.nCols,
-                ownBlurMean(int64_t{all.window.nRows} * all.window.nCols,
-                            all.image->depth != DAX_DEPTH_8U),
-                nullptr,
-                nullptr} {}
+          sumCount(wholeBlocks(all.width)),
+          slots(all.window.nRows + ownBlurSteps), shape{
+                                                      all.width,
+                                                      wholeBlocks(sumCount + all.window.nCols + 2),
+                                                      all.window.nRows,
+                                                      all.window.nCols,
+                                                      ownBlurMean(int64_t{all.window.nRows} *
+                                                                      all.window.nCols,
+                                                                  all.image->depth != DAX_DEPTH_8U),
+                                                      nullptr,
+                                                      nullptr} {}
 
     // Bytes that blur() works in, from a whole block on.
     int64_t room() const {
@@ -128,31 +126,31 @@ private:
             OwnBlurStep steps[ownBlurSteps];
             for (int32_t k = 0; k < count; ++k) {
                 // The first row's sums stay.
-                steps[k] = {kept + skipped, kept + skipped, nullptr};
+                steps[k] = {kept + skipped, kept + skipped, nullptr, nullptr, nullptr};
                 if (row + k == 0) continue;
                 fetch(row + k - 1 + nRows, entering);
-                steps[k] = {slot(entering) + skipped, slot(leaving) + skipped, nullptr};
+                steps[k] = {slot(entering) + skipped, slot(leaving) + skipped, nullptr, nullptr,
+                            nullptr};
                 entering = after(entering);
                 leaving = after(leaving);
             }
-            if (comesFromMemory) prefetch(row + count);
             move(row, steps, count);
         }
     }
 
-    // What the next steps read and write comes while these are worked, where it comes from memory.
-    void prefetch(ptrdiff_t row) const {
-        const ptrdiff_t read = (insideEnd - inside) * src.pixelStep;
-        const ptrdiff_t written = piece.width * piece.step();
-        for (ptrdiff_t at = row; at < row + ownBlurSteps && at < piece.height; ++at) {
-            const ptrdiff_t entering = at - 1 + piece.window.nRows;
-            const char* from = src.start + (piece.sourceY + entering) * piece.source->widthStep +
-                               (piece.sourceX + inside) * src.pixelStep;
-            for (ptrdiff_t i = 0; isInside(entering) && i < read; i += ownBlurBlock)
-                __builtin_prefetch(from + i, 0);
-            const char* to = piece.row(firstChannel, at);
-            for (ptrdiff_t i = 0; i < written; i += ownBlurBlock) __builtin_prefetch(to + i, 1);
-        }
+    // Each channel of pixels asks for its part of the rows that the next steps fetch and write.
+    void ask(ptrdiff_t row, int32_t channel, bool direct, OwnBlurStep* step) const {
+        const ptrdiff_t next = row + ownBlurSteps;
+        const ptrdiff_t entering = next - 1 + piece.window.nRows;
+        const ptrdiff_t part = channel * piece.width;
+        step->readNext = step->entering;
+        step->writtenNext = step->dst;
+        if (next >= piece.height) return;
+        if (isInside(entering))
+            step->readNext = src.start + (piece.sourceY + entering) * piece.source->widthStep +
+                             (piece.sourceX + inside) * src.pixelStep + part;
+        step->writtenNext =
+            direct ? piece.row(firstChannel + channel, next) : piece.row(firstChannel, next) + part;
     }
 
     void move(ptrdiff_t row, OwnBlurStep* steps, int32_t count) const {
@@ -163,6 +161,7 @@ private:
                 steps[k].dst = direct ? piece.row(firstChannel + c, row + k)
                                       : means + (c * ownBlurSteps + k) * sumCount;
                 from[k][c] = steps[k].dst;
+                ask(row + k, c, direct, steps + k);
             }
             kernels.means(shape, steps, count, sums + c * sumCount);
             for (int32_t k = 0; k < count; ++k) {
@@ -188,7 +187,6 @@ private:
     const ptrdiff_t insideEnd;
     const ptrdiff_t sumCount;
     const ptrdiff_t slots;
-    const bool comesFromMemory;
     OwnBlurStrip shape;
     uint32_t* sums = nullptr;
     char* means = nullptr;

@@ -50,6 +50,8 @@ struct OwnBlurStep {
     const char* entering;
     const char* leaving;
     char* dst;
+    const char* readNext; // what will be read and written later, as many bytes as there are windows
+    const char* writtenNext;
 };
 
 struct OwnBlurByteRows {

@@ -187,10 +187,14 @@ constexpr ptrdiff_t quarter = lanes / 4;
 
 // Prefixes of a row's places, each including its own: those of even places, then those of odd ones.
 template <class T, class Set>
-OWN_INLINE void sumRow(const char* entering, const char* leaving, ptrdiff_t rowBytes, char* even) {
+OWN_INLINE void sumRow(const OwnBlurStep& step, ptrdiff_t rowBytes, char* even) {
+    const char* entering = step.entering;
+    const char* leaving = step.leaving;
+    const char* next = step.readNext;
     char* odd = even + ownBlurPlane;
     Lanes before = everyByte(0);
     for (ptrdiff_t i = 0; i < rowBytes; i += lanes) {
+        _mm_prefetch(next + i, _MM_HINT_T0);
         const Lanes in = load(entering + i);
         const Lanes out = load(leaving + i);
         const Lanes moved = takeWords(pairsOf<T>(in), pairsOf<T>(out));
@@ -248,7 +252,11 @@ OWN_INLINE void moveRows(const OwnBlurStrip& strip, const Moves<Set>& moves,
     const Scale scale(strip.mean);
     const ptrdiff_t width = strip.width;
     char* dst[rows];
-    for (ptrdiff_t row = 0; row < rows; ++row) dst[row] = steps[row].dst;
+    const char* next[rows];
+    for (ptrdiff_t row = 0; row < rows; ++row) {
+        dst[row] = steps[row].dst;
+        next[row] = steps[row].writtenNext;
+    }
     Lanes means[rows];
     const auto move = [&](ptrdiff_t block) {
         Sums moved(sums + block);
@@ -261,7 +269,10 @@ OWN_INLINE void moveRows(const OwnBlurStrip& strip, const Moves<Set>& moves,
     ptrdiff_t i = 0;
     for (; i + lanes <= width; i += lanes) {
         move(i);
-        for (ptrdiff_t row = 0; row < rows; ++row) store(means[row], dst[row] + i);
+        for (ptrdiff_t row = 0; row < rows; ++row) {
+            store(means[row], dst[row] + i);
+            __builtin_prefetch(next[row] + i, 1);
+        }
     }
     if (i == width) return;
     move(i);
@@ -276,8 +287,7 @@ template <class T, class Set>
 OWN_INLINE void meansOf(const OwnBlurStrip& strip, const OwnBlurStep* steps, int32_t rows,
                         uint32_t* sums) {
     for (int32_t row = 0; row < rows; ++row)
-        sumRow<T, Set>(steps[row].entering, steps[row].leaving, strip.rowBytes,
-                       strip.prefixes + row * 2 * ownBlurPlane);
+        sumRow<T, Set>(steps[row], strip.rowBytes, strip.prefixes + row * 2 * ownBlurPlane);
     if (rows == 2 && strip.nCols <= mostColumns) {
         moveRows<T, Set, 2>(strip, {strip.prefixes, 0, strip.nCols}, steps, sums);
         return;
