@@ -34,6 +34,10 @@ public:
           columnCount(all.width + all.window.nCols - 1),
           inside(all.sourceX < 0 ? smaller(-all.sourceX, columnCount) : 0),
           insideEnd(smaller(all.source->width - all.sourceX, columnCount)),
+          firstSource(src.start + all.sourceY * all.source->widthStep +
+                      (all.sourceX + inside) * src.pixelStep),
+          sourceStep(all.source->widthStep), direct(all.step() == 1), firstDst(all.row(first, 0)),
+          dstPlane(all.row(first + 1, 0) - firstDst), dstStep(all.image->widthStep),
           sumCount(wholeBlocks(all.width)),
           slots(all.window.nRows + ownBlurSteps), shape{
                                                       all.width,
@@ -138,30 +142,29 @@ private:
         }
     }
 
-    // Each channel of pixels asks for its part of the rows that the next steps fetch and write.
-    void ask(ptrdiff_t row, int32_t channel, bool direct, OwnBlurStep* step) const {
-        const ptrdiff_t next = row + ownBlurSteps;
-        const ptrdiff_t entering = next - 1 + piece.window.nRows;
-        const ptrdiff_t part = channel * piece.width;
-        step->readNext = step->entering;
-        step->writtenNext = step->dst;
-        if (next >= piece.height) return;
-        if (isInside(entering))
-            step->readNext = src.start + (piece.sourceY + entering) * piece.source->widthStep +
-                             (piece.sourceX + inside) * src.pixelStep + part;
-        step->writtenNext =
-            direct ? piece.row(firstChannel + channel, next) : piece.row(firstChannel, next) + part;
+    // A row of the source inside the image, and a row of a channel of the destination.
+    const char* sourceRow(ptrdiff_t row) const { return firstSource + row * sourceStep; }
+    char* dstRow(int32_t channel, ptrdiff_t row) const {
+        return firstDst + channel * dstPlane + row * dstStep;
     }
 
     void move(ptrdiff_t row, OwnBlurStep* steps, int32_t count) const {
-        const bool direct = piece.step() == 1;
         const char* from[ownBlurSteps][ownMostSplit];
         for (int32_t c = 0; c < channels; ++c) {
             for (int32_t k = 0; k < count; ++k) {
-                steps[k].dst = direct ? piece.row(firstChannel + c, row + k)
-                                      : means + (c * ownBlurSteps + k) * sumCount;
-                from[k][c] = steps[k].dst;
-                ask(row + k, c, direct, steps + k);
+                OwnBlurStep& step = steps[k];
+                step.dst = direct ? dstRow(c, row + k) : means + (c * ownBlurSteps + k) * sumCount;
+                from[k][c] = step.dst;
+                // Each channel of pixels asks for its part of the rows.
+                const ptrdiff_t next = row + k + ownBlurSteps;
+                const ptrdiff_t entering = next - 1 + piece.window.nRows;
+                const ptrdiff_t part = c * piece.width;
+                const bool more = next < piece.height;
+                step.readNext =
+                    more && isInside(entering) ? sourceRow(entering) + part : step.entering;
+                step.writtenNext = !more    ? step.dst
+                                   : direct ? dstRow(c, next)
+                                            : dstRow(0, next) + part;
             }
             kernels.means(shape, steps, count, sums + c * sumCount);
             for (int32_t k = 0; k < count; ++k) {
@@ -171,7 +174,7 @@ private:
             }
         }
         for (int32_t k = 0; joins && k < count; ++k)
-            ownJoinChannels(1, from[k], piece.row(1, row + k), channels, piece.width);
+            ownJoinChannels(1, from[k], dstRow(0, row + k), channels, piece.width);
     }
 
     const OwnBlurByteRows& kernels;
@@ -185,6 +188,12 @@ private:
     const ptrdiff_t columnCount;
     const ptrdiff_t inside; // the columns of the image
     const ptrdiff_t insideEnd;
+    const char* const firstSource;
+    const ptrdiff_t sourceStep;
+    const bool direct; // into the destination's rows
+    char* const firstDst;
+    const ptrdiff_t dstPlane;
+    const ptrdiff_t dstStep;
     const ptrdiff_t sumCount;
     const ptrdiff_t slots;
     OwnBlurStrip shape;
