@@ -83,12 +83,14 @@ double normByModel(const Image& a, const Image* b, int32_t type) {
     for (const int32_t plane : each) {
         const std::vector<int32_t> row = plane != 0 ? std::vector<int32_t>{plane} : channels;
         for (int32_t y = 0; y < height; ++y) {
-            bottom = bottomSecond = 0;
+            bool isThere = false; // the largest figure of bits is that of the last row there is
             for (int32_t x = 0; x < width; ++x)
                 for (const int32_t c : row) {
                     int64_t sampleA = 0;
                     int64_t sampleB = 0;
                     if (!readA.read(x, y, c, &sampleA) || !readB.read(x, y, c, &sampleB)) continue;
+                    if (!isThere) bottom = bottomSecond = 0;
+                    isThere = true;
                     if (b == nullptr) sampleB = 0;
                     difference.add(magnitude(sampleA, sampleB));
                     second.add(magnitude(sampleB, 0));
