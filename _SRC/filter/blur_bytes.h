@@ -30,7 +30,7 @@ constexpr int32_t ownMostBlurColumns = 512;
 constexpr ptrdiff_t ownBlurBlock = 64;
 constexpr ptrdiff_t ownMostBlurWidth = 4096;
 constexpr ptrdiff_t ownBlurPlane = ownMostBlurWidth + ownMostBlurColumns + ownBlurBlock;
-constexpr int32_t ownBlurSteps = 2;
+constexpr int32_t ownBlurSteps = 4;
 
 // Rows have any sample first, then the columns from the first window's on, and end in a whole
 // block, with room for the window behind the last block of results. Rows, prefixes and sums begin

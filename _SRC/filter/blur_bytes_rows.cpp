@@ -288,8 +288,8 @@ OWN_INLINE void meansOf(const OwnBlurStrip& strip, const OwnBlurStep* steps, int
                         uint32_t* sums) {
     for (int32_t row = 0; row < rows; ++row)
         sumRow<T, Set>(steps[row], strip.rowBytes, strip.prefixes + row * 2 * ownBlurPlane);
-    if (rows == 2 && strip.nCols <= mostColumns) {
-        moveRows<T, Set, 2>(strip, {strip.prefixes, 0, strip.nCols}, steps, sums);
+    if (rows == ownBlurSteps && strip.nCols <= mostColumns) {
+        moveRows<T, Set, ownBlurSteps>(strip, {strip.prefixes, 0, strip.nCols}, steps, sums);
         return;
     }
     for (int32_t row = 0; row < rows; ++row) {
