@@ -197,7 +197,7 @@ private:
         for (ptrdiff_t i = 0; i < round; ++i) at[i] = byteOf(x.sample(columns.begin + i));
         OwnPicks picks;
         picks.set({bytes, samples, dst.pixelStep, rowBytes() + (samples - 1) * bytes}, at, round);
-        picks.repeat(count, 0, roundBytes(round));
+        if (count > round) picks.repeat(count, 0, roundBytes(round));
         constexpr int64_t most = 16;
         for (int64_t first = rows.begin; first < rows.end; first += most) {
             const char* from[most];
@@ -307,8 +307,9 @@ private:
         }
         strip->picks.set({bytes, 1, bytes, rowEnd - (cubic() ? 2 * src.pixelStep : 0)}, strip->at,
                          at - strip->at);
-        strip->picks.repeat(count * strip->samples * 2, again * strip->samples * 2,
-                            roundBytes(round));
+        if (count > again + round)
+            strip->picks.repeat(count * strip->samples * 2, again * strip->samples * 2,
+                                roundBytes(round));
         strip->insideBytes = count * pairBytes(*strip);
         strip->windows = strip->picks.found();
         strip->takeFrom = kernels.takeFrom[cubic()][bytes - 1];
