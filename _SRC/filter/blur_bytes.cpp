@@ -22,6 +22,18 @@ bool isMixed(const DaxImage* image) {
            image->nChannels <= ownMostSplit;
 }
 
+OwnBlurStrip shapeOf(const OwnBlurPiece& piece) {
+    const OwnBlurWindow& window = piece.window;
+    const bool isSigned = piece.image->depth != DAX_DEPTH_8U;
+    OwnBlurStrip shape = {};
+    shape.width = piece.width;
+    shape.rowBytes = wholeBlocks(wholeBlocks(piece.width) + window.nCols + 2);
+    shape.nRows = window.nRows;
+    shape.nCols = window.nCols;
+    shape.mean = ownBlurMean(int64_t{window.nRows} * window.nCols, isSigned);
+    return shape;
+}
+
 // Some channels, from the first on, row by row. The rows of a window are kept, each channel with
 // its samples side by side: every row is fetched once.
 class Strip {
@@ -38,17 +50,8 @@ public:
                       (all.sourceX + inside) * src.pixelStep),
           sourceStep(all.source->widthStep), direct(all.step() == 1), firstDst(all.row(first, 0)),
           dstPlane(all.row(first + 1, 0) - firstDst), dstStep(all.image->widthStep),
-          sumCount(wholeBlocks(all.width)),
-          slots(all.window.nRows + ownBlurSteps), shape{
-                                                      all.width,
-                                                      wholeBlocks(sumCount + all.window.nCols + 2),
-                                                      all.window.nRows,
-                                                      all.window.nCols,
-                                                      ownBlurMean(int64_t{all.window.nRows} *
-                                                                      all.window.nCols,
-                                                                  all.image->depth != DAX_DEPTH_8U),
-                                                      nullptr,
-                                                      nullptr} {}
+          sumCount(wholeBlocks(all.width)), slots(all.window.nRows + ownBlurSteps),
+          shape(shapeOf(all)) {}
 
     // Bytes that blur() works in, from a whole block on.
     int64_t room() const {
