@@ -14,7 +14,8 @@ Scene::Scene(Random& theRandom, const Purpose& purpose)
     log.failRequest = purpose.failRequest;
     if (rare()) daxSetErrStatus(DAX_StatusBadArgument);
     // Checks that go by the status let through what they have reported.
-    if (hostile && random.chance(10))
+    clearsStatus = hostile && random.chance(10);
+    if (clearsStatus)
         daxRedirectError([](DaxStatus status, const char*, const char*, const char*, int32_t) {
             daxSetErrStatus(DAX_StatusNoError);
             return status;

@@ -104,6 +104,7 @@ public:
 
     kit::Reports reports;
     std::vector<std::string> seen; // reports
+    bool clearsStatus = false;     // the reporter does, so that it tells of nothing
     kit::TileLog log;
 
 private:

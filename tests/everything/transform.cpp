@@ -51,7 +51,8 @@ template <auto function> void fourier(Scene& scene) {
     const int32_t map = 0;
     function(src, dst, flags, scene.rare() ? &map : nullptr);
     // Exception: a plan for other images.
-    const bool planned = daxGetErrStatus() == DAX_StatusNoError && (flags & DAX_FFT_FREE) == 0;
+    const bool planned = !scene.clearsStatus && daxGetErrStatus() == DAX_StatusNoError &&
+                         (flags & DAX_FFT_FREE) == 0;
     if (planned && scene.random.chance(30)) function(src, dst, flags | DAX_FFT_REPEAT, nullptr);
     function(nullptr, nullptr, DAX_FFT_FREE, nullptr);
 }
