@@ -211,7 +211,7 @@ private:
 bool ownBlursBytes(const OwnBlurPiece& piece) {
     const OwnBlurWindow& window = piece.window;
     return piece.sample() == 1 && kernelsOf(piece).means != nullptr && window.scale.single != 0 &&
-           window.nCols <= ownMostBlurColumns;
+           window.nCols <= ownMostBlurColumns && piece.rowsApart();
 }
 
 // In strips, so that what a row leaves behind for the next one stays near.

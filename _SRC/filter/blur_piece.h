@@ -42,6 +42,9 @@ struct OwnBlurPiece {
         return static_cast<char*>(image->imageData) + (y + index) * rowStep + x * step() +
                (channel - 1) * plane;
     }
+    // Whether no row begins before another one ends. Else a sample is what is written there last,
+    // a row after the other and a channel after the other.
+    bool rowsApart() const { return width * step() <= image->widthStep; }
     // Samples side by side, to a row of a channel.
     void put(const char* samples, int32_t channel, ptrdiff_t index) const;
 };

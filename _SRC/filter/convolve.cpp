@@ -56,15 +56,16 @@ bool staysInBytes(const OwnConvolution& convolution, const DaxImage* srcImage, i
 }
 
 // How many samples of a pixel can be worked side by side: all or one. Where what is written may be
-// read, a channel comes after the other.
-int32_t samplesTogether(const OwnPlace& src, const OwnPlace& dst, bool bytes) {
+// read, or written once more since rows begin before others end, a channel comes after the other.
+int32_t samplesTogether(const OwnPlace& src, const OwnPlace& dst, ptrdiff_t width, bool bytes) {
     const DaxImage* from = src.image;
     const DaxImage* to = dst.image;
     const bool alike = from->dataOrder == DAX_DATA_PIXEL && to->dataOrder == DAX_DATA_PIXEL &&
                        from->nChannels == to->nChannels &&
                        ownSampleBytes(from->depth) == ownSampleBytes(to->depth);
     const bool anywhere = bytes ? from->depth != DAX_DEPTH_1U : ownDepthBits(to->depth) > 8;
-    return alike && anywhere && !ownMayOverlap(from, to) ? to->nChannels : 1;
+    const bool apart = width * to->nChannels * ownSampleBytes(to->depth) <= to->widthStep;
+    return alike && anywhere && apart && !ownMayOverlap(from, to) ? to->nChannels : 1;
 }
 
 constexpr ptrdiff_t cacheLine = 64;
@@ -137,7 +138,7 @@ Piece::Piece(const OwnConvolution& all, const OwnPlace& from, const OwnPlace& to
     : convolution(all), src(from), dst(to), height(rows), width(columns), depth(to.image->depth),
       squares(all.method == DAX_COMBINE_SUM_SQUARES || all.method == DAX_COMBINE_ROOT_SUM_SQUARES),
       alone(all.count == 1 && !squares), bytes(staysInBytes(all, from.image, depth)),
-      together(samplesTogether(from, to, bytes)), samplesOfRow(columns * together),
+      together(samplesTogether(from, to, columns, bytes)), samplesOfRow(columns * together),
       single((columns & 1) * together), cellBytes(bytes                    ? sizeof(uint8_t)
                                                   : depth == DAX_DEPTH_32S ? sizeof(double)
                                                                            : sizeof(int16_t)),

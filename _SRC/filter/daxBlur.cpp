@@ -66,7 +66,7 @@ public:
         const OwnBlurWindow& window = piece.window;
         const ptrdiff_t width = piece.width;
         const OwnSourceRows src(piece.source, channel, 1);
-        const bool direct = piece.step() == sample;
+        const bool direct = piece.step() == sample && piece.rowsApart();
         // Of floats and of integers, 0 has no bit set.
         ownFillRow32(0, reinterpret_cast<char*>(columns(0)), columnCount);
         for (ptrdiff_t row = 0; row < window.nRows; ++row)

@@ -85,6 +85,10 @@ const char* ownBlockEnd(const DaxImage* image) {
 
 bool ownMayOverlap(const DaxImage* image, const DaxImage* other) {
     const auto address = [](const void* at) { return reinterpret_cast<uintptr_t>(at); };
-    return address(image->imageData) < address(ownBlockEnd(other)) &&
-           address(other->imageData) < address(ownBlockEnd(image));
+    // The last row of an image whose rows overlap goes on past the block.
+    const auto end = [&](const DaxImage* one) {
+        const ptrdiff_t more = ownRowStep(one) - one->widthStep;
+        return address(ownBlockEnd(one)) + static_cast<uintptr_t>(more > 0 ? more : 0);
+    };
+    return address(image->imageData) < end(other) && address(other->imageData) < end(image);
 }

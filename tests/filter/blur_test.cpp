@@ -247,6 +247,30 @@ TEST(Blur, LongRows) {
     });
 }
 
+// Rows that begin before the ones above end: a channel is finished before the next one starts, and
+// a row before the next.
+TEST(Blur, RowsThatOverlap) {
+    kit::forSeeds(60, [](Random& random) {
+        const Shape shape = {.depth = random.oneOf({static_cast<int32_t>(DAX_DEPTH_8U), 16,
+                                                    static_cast<int32_t>(DAX_DEPTH_32S)}),
+                             .channels = random.in(1, 4),
+                             .width = random.oneOf({70, 1100, 4200}),
+                             .height = 6,
+                             .order = random.in(0, 1)};
+        Image src(shape, random);
+        Image dst(shape, random);
+        dst->widthStep = random.in(1, dst->widthStep);
+        const Window window = {random.in(1, 4), random.in(2, 9), 1, 0};
+        Image expected = dst;
+        runModel(window, src, expected, {0, 0, 6, shape.width}, {0, 0, 6, shape.width});
+        kit::forEachIsa([&] {
+            Image result = dst;
+            window.run(src, result);
+            EXPECT_EQ(kit::byteDifference(result, expected), "") << shape.text();
+        });
+    });
+}
+
 TEST(Blur, Tiles) {
     kit::Reports reports;
     kit::forSeeds(500, [&](Random& random) {

@@ -404,6 +404,25 @@ TEST(Convolve, MemoryInCommon) {
     });
 }
 
+// Rows that begin before the ones above end: a channel is finished before the next one starts.
+TEST(Convolve, RowsThatOverlap) {
+    kit::forSeeds(60, [](Random& random) {
+        const int32_t depth = random.oneOf({static_cast<int32_t>(DAX_DEPTH_8U), 16, s32});
+        const Shape shape = {.depth = depth, .channels = random.in(1, 4), .width = 70, .height = 9};
+        const Image src(shape, random);
+        Image dst(shape, random);
+        dst->widthStep = random.in(1, dst->widthStep);
+        Filter filter = {{{2, 3, 1, 0, random.in(0, 1), {1, -2, 1, 3, 4, -2}}}};
+        Image expected = dst;
+        Model(filter, src, expected).run({0, 0, 9, 70}, {0, 0, 9, 70});
+        kit::forEachIsa([&] {
+            Image read = src, result = dst;
+            filter.run(read, result);
+            EXPECT_EQ(kit::byteDifference(result, expected), "") << result->widthStep;
+        });
+    });
+}
+
 // Each piece counts as a rectangle of its own: its last pixels are those of its rows.
 TEST(Convolve, Tiles) {
     kit::Reports reports;

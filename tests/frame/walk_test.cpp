@@ -277,6 +277,24 @@ TEST(TileWalk, SameGeometry) {
         EXPECT_EQ(same(Image({.channels = 2, .width = 4, .height = 4, .roi = roi})), whole);
 }
 
+// The last row goes on past the block where rows begin before the ones above end.
+TEST(TileWalk, MemoryInCommon) {
+    const Image block({.width = 100});
+    DaxImage one = Image({.width = 10, .height = 4}).header;
+    DaxImage other = one;
+    for (const int32_t widthStep : {12, 9, 1}) {
+        one.widthStep = widthStep;
+        one.dataSize = widthStep * 4;
+        one.imageData = block.data();
+        const int32_t end = widthStep * 3 + 12;
+        for (const int32_t place : {0, end - 1, end}) {
+            other.imageData = block.data() + place;
+            EXPECT_EQ(ownMayOverlap(&one, &other), place < end) << widthStep;
+            EXPECT_EQ(ownMayOverlap(&other, &one), place < end) << widthStep;
+        }
+    }
+}
+
 TEST(TileWalk, BitsFarBeyondTheBlockAreLeftAlone) {
     Image image({.depth = DAX_DEPTH_1U, .width = 8, .roi = DaxROI{0, 0, INT32_MAX, 1, 8}});
     image->widthStep = 1 << 30;
