@@ -175,11 +175,9 @@ private:
     }
 
     void pickBits(const Range& columns, const Range& rows) const {
-        // The first place is 1/256 before a sample at 0 where it shouldn't be: there it counts as
-        // 0.
         const auto placesOf = [](const Axis& axis, const Range& range, int64_t offset,
                                  int64_t size) {
-            const int64_t first = axis.start + range.begin * axis.step - (axis.between ? 1 : 0);
+            const int64_t first = axis.start + range.begin * axis.step;
             return OwnBitPlaces{first - (offset << unitBits), axis.step, unitBits, 0, size - 1};
         };
         const int64_t bit = bitDst + columns.begin;
